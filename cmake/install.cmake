@@ -1,0 +1,27 @@
+# Installing gives the library, its headers, find_package(zarlib) with zarlib::zarlib, and zarlib.pc.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS zarlib EXPORT zarlib-targets
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY zarlib/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zarlib
+  FILES_MATCHING PATTERN "*.h" PATTERN "platform" EXCLUDE)
+install(FILES zarlib/platform/types.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zarlib/platform)
+if(WIN32)
+  install(FILES ${zarlib_runtime_dlls} DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+
+set(zarlib_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zarlib)
+install(EXPORT zarlib-targets NAMESPACE zarlib:: DESTINATION ${zarlib_cmake_dir} FILE zarlib-config.cmake)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/zarlib-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/zarlib-config-version.cmake DESTINATION ${zarlib_cmake_dir})
+
+configure_file(cmake/zarlib.pc.in ${CMAKE_BINARY_DIR}/zarlib.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/zarlib.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+set(CPACK_PACKAGE_NAME zarlib)
+set(CPACK_PACKAGE_CONTACT "The ZARLib maintainers <maintainers@localhost>")
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_STRIP_FILES OFF)
+include(CPack)

@@ -1,0 +1,17 @@
+# GoogleTest from the sources that its Debian package carries: the same on every target and under every sanitizer.
+set(INSTALL_GTEST OFF)
+set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
+set(CMAKE_CXX_STANDARD 17)
+find_path(googletest_sources NAMES googletest/CMakeLists.txt PATHS /usr/src/googletest
+  NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+add_subdirectory(${googletest_sources} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+unset(CMAKE_CXX_STANDARD)
+if(ZARLIB_SANITIZER)
+  foreach(target gtest gmock gtest_main gmock_main)
+    target_compile_options(${target} PRIVATE -fsanitize=${ZARLIB_SANITIZER})
+  endforeach()
+  target_link_options(gtest INTERFACE -fsanitize=${ZARLIB_SANITIZER})
+endif()
+if(NOT TARGET GTest::gmock_main)
+  add_library(GTest::gmock_main ALIAS gmock_main)
+endif()

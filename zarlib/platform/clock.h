@@ -1,0 +1,23 @@
+// The clocks of the system.
+#pragma once
+
+#include "zarlib/platform/types.h"
+
+namespace zar::platform {
+
+/// A moment of the monotonic clock, whose zero is the start of the machine and which goes on while the machine sleeps.
+struct boot_time {
+  long long seconds;
+  int microseconds; ///< 0 to 999999
+};
+
+/// Never runs backward, on any thread.
+boot_time read_boot_time();
+
+/// The same clock in whole milliseconds.
+unsigned long long read_boot_milliseconds();
+
+/// The wall clock in the local time zone.
+SYSTEMTIME read_local_time();
+
+} // namespace zar::platform

@@ -1,0 +1,79 @@
+#include "zarlib/platform/thread.h"
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sched.h>
+#include <unistd.h>
+
+namespace zar::platform {
+
+namespace {
+
+// Initial-exec: one addition to the thread pointer instead of a call, small enough for the loader's reserve.
+[[gnu::tls_model("initial-exec")]] thread_local unsigned long t_id = 0;
+
+void forget_id() { t_id = 0; }
+
+// The first thread of a forked child has a new id; the other threads do not exist there.
+const int fork_watch = pthread_atfork(nullptr, nullptr, forget_id);
+
+/// The state letter and the thread group of a /proc status file.
+bool read_status(const char *path, char &state, unsigned long &group) {
+  const int file = open(path, O_RDONLY | O_CLOEXEC);
+  if (file < 0) return false;
+  char text[1024];
+  const ssize_t count = read(file, text, sizeof text - 1);
+  close(file);
+  if (count <= 0) return false;
+  text[count] = 0;
+  const char *const state_line = std::strstr(text, "\nState:");
+  const char *const group_line = std::strstr(text, "\nTgid:");
+  return state_line && group_line && std::sscanf(state_line, " State: %c", &state) == 1 &&
+         std::sscanf(group_line, " Tgid: %lu", &group) == 1;
+}
+
+bool runs(char state) { return state != 'Z' && state != 'X' && state != 'x'; }
+
+} // namespace
+
+unsigned long current_process_id() { return static_cast<unsigned long>(getpid()); }
+
+unsigned long current_thread_id() {
+  if (t_id == 0) t_id = static_cast<unsigned long>(gettid());
+  return t_id;
+}
+
+bool process_is_alive(unsigned long id) {
+  char path[64], state = 0;
+  unsigned long group = 0;
+  std::snprintf(path, sizeof path, "/proc/%lu/status", id);
+  return read_status(path, state, group) && group == id && runs(state);
+}
+
+bool thread_is_alive(unsigned long id) {
+  // /proc answers for any thread under its own number, although it lists only the group leaders.
+  char path[64], state = 0;
+  unsigned long group = 0;
+  std::snprintf(path, sizeof path, "/proc/%lu/status", id);
+  return read_status(path, state, group) && runs(state);
+}
+
+void sleep_milliseconds(int milliseconds) {
+  if (milliseconds <= 0) {
+    sched_yield();
+    return;
+  }
+  timespec left = {milliseconds / 1000, milliseconds % 1000 * 1000000L};
+  while (nanosleep(&left, &left) != 0) {
+  }
+}
+
+bool yield_thread() {
+  sched_yield();
+  return true;
+}
+
+} // namespace zar::platform

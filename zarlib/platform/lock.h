@@ -1,0 +1,21 @@
+// A recursive lock of this process.
+#pragma once
+
+namespace zar::platform {
+
+/// Room for the system's own lock, so that no system header is needed to hold one. 24 bytes are enough on a 32-bit target,
+/// 40 on a 64-bit one; each side asserts it.
+struct alignas(8) lock_storage {
+  unsigned char bytes[sizeof(void *) == 4 ? 24 : 40];
+};
+
+/// Makes the lock, free. It must not move afterwards.
+void lock_init(lock_storage &lock);
+void lock_destroy(lock_storage &lock);
+
+/// Waits without limit. The thread that holds it may enter again and must leave as often.
+void lock_enter(lock_storage &lock);
+/// REQUIRES: the calling thread holds the lock.
+void lock_leave(lock_storage &lock);
+
+} // namespace zar::platform

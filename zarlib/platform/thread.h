@@ -1,0 +1,23 @@
+// Processes and threads: who runs, who still lives, and giving the processor away.
+#pragma once
+
+namespace zar::platform {
+
+unsigned long current_process_id();
+
+/// The system's id of the calling thread, without a system call after the first on each thread; right in a forked child too.
+unsigned long current_thread_id();
+
+/// Whether the id belongs to a process that has not ended; one that only waits to be reaped has ended.
+bool process_is_alive(unsigned long id);
+
+/// The same for a thread of any process.
+bool thread_is_alive(unsigned long id);
+
+/// Sleeps at least so long; 0 or less gives the rest of the time slice away.
+void sleep_milliseconds(int milliseconds);
+
+/// Lets another thread run, if one is ready. @return Whether one was, as far as the system tells.
+bool yield_thread();
+
+} // namespace zar::platform

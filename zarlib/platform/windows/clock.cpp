@@ -1,0 +1,44 @@
+#include "zarlib/platform/clock.h"
+
+namespace zar::platform {
+
+namespace {
+
+long long read_counter() {
+  LARGE_INTEGER count;
+  QueryPerformanceCounter(&count);
+  return count.QuadPart;
+}
+
+long long frequency() {
+  static const long long ticks_per_second = [] {
+    LARGE_INTEGER value;
+    QueryPerformanceFrequency(&value);
+    return value.QuadPart;
+  }();
+  return ticks_per_second;
+}
+
+/// The counter in units of 1/scale seconds. Settled, callers rely on it: the product comes first and wraps, with a 10 MHz
+/// counter after some 10.7 days at scale 1000000.
+unsigned long long scaled_counter(unsigned long long scale) {
+  const auto product = static_cast<long long>(static_cast<unsigned long long>(read_counter()) * scale);
+  return static_cast<unsigned long long>(product / frequency());
+}
+
+} // namespace
+
+boot_time read_boot_time() {
+  const unsigned long long all = scaled_counter(1000000);
+  return {static_cast<long long>(all / 1000000), static_cast<int>(all % 1000000)};
+}
+
+unsigned long long read_boot_milliseconds() { return scaled_counter(1000); }
+
+SYSTEMTIME read_local_time() {
+  SYSTEMTIME time;
+  GetLocalTime(&time);
+  return time;
+}
+
+} // namespace zar::platform

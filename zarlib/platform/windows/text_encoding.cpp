@@ -1,0 +1,23 @@
+#include "zarlib/platform/text_encoding.h"
+
+#include "zarlib/platform/windows/wide_text.h"
+
+#include <cstdlib>
+
+namespace zar::platform {
+
+/// A code page by its number; anything that is no number is the default.
+static unsigned code_page(const std::string &encoding) {
+  const unsigned long number = std::strtoul(encoding.c_str(), nullptr, 10);
+  return number ? static_cast<unsigned>(number) : CP_ACP;
+}
+
+std::string narrow_to_utf8(const std::string &text, const std::string &encoding) {
+  return from_wide(to_wide(text, code_page(encoding)));
+}
+
+std::string utf8_to_narrow(const std::string &text, const std::string &encoding) {
+  return from_wide(to_wide(text), code_page(encoding));
+}
+
+} // namespace zar::platform
