@@ -27,7 +27,8 @@ TEST(Timer, CountsForwardTheSameInBothForms) {
   const unsigned long long before = zarGetTickCount();
   const chTick tick = chTimer::GetTickFromBoot();
   const unsigned long long after = zarGetTickCount();
-  const auto between = static_cast<unsigned long long>(tick.seconds) * 1000 + static_cast<unsigned>(tick.microseconds) / 1000;
+  const auto between =
+      static_cast<unsigned long long>(tick.seconds) * 1000 + static_cast<unsigned>(tick.microseconds) / 1000;
   EXPECT_LE(before, between);
   EXPECT_LE(between, after);
 }

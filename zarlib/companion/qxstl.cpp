@@ -29,7 +29,10 @@ constexpr char32_t replacement = 0xFFFD;
 char32_t decode_utf8(std::string_view text, size_t &at) {
   const auto lead = static_cast<unsigned char>(text[at++]);
   if (lead < 0x80) return lead;
-  const size_t more = lead >= 0xC2 && lead < 0xE0 ? 1 : lead >= 0xE0 && lead < 0xF0 ? 2 : lead >= 0xF0 && lead < 0xF5 ? 3 : 0;
+  const size_t more = lead >= 0xC2 && lead < 0xE0   ? 1
+                      : lead >= 0xE0 && lead < 0xF0 ? 2
+                      : lead >= 0xF0 && lead < 0xF5 ? 3
+                                                    : 0;
   if (more == 0 || text.size() - at < more) return replacement;
   char32_t code = lead & (0x3Fu >> more);
   for (size_t i = 0; i < more; ++i) {
@@ -75,7 +78,9 @@ bool is_low_surrogate(char32_t code) { return code >= 0xDC00 && code < 0xE000; }
 
 namespace qx {
 
-int string_compare(const std::string &a, const std::string &b, bool caseSensitive) { return compare(a, b, caseSensitive); }
+int string_compare(const std::string &a, const std::string &b, bool caseSensitive) {
+  return compare(a, b, caseSensitive);
+}
 
 int string_diff(const std::string &a, const char *b, bool caseSensitive) { return compare(a, b, caseSensitive); }
 

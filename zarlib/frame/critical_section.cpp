@@ -7,10 +7,15 @@
 #include <cstdlib>
 
 // The interface holds the lock as bytes so that no header of the platform stands in it.
-template <class Storage> static zar::platform::lock_storage &lock_in(Storage &storage) {
+template <class Storage>
+static zar::platform::lock_storage &lock_in(Storage &storage) {
   static_assert(sizeof(Storage) == sizeof(zar::platform::lock_storage));
   static_assert(alignof(Storage) == alignof(zar::platform::lock_storage));
   return reinterpret_cast<zar::platform::lock_storage &>(storage);
+}
+
+[[gnu::noinline, gnu::cold]] static void warn_of_unheld_section() {
+  zarOutputWarningString("Try to unlock a NOLOCKED CriticalSection.");
 }
 
 chCriticalSection::chCriticalSection() { zar::platform::lock_init(lock_in(m_lock)); }
@@ -19,17 +24,13 @@ chCriticalSection::~chCriticalSection() { zar::platform::lock_destroy(lock_in(m_
 
 // The owner word orders nothing: only the holder writes it, and whoever compares it with its own id reads what it wrote itself.
 int chCriticalSection::Lock() {
-  zar::platform::lock_enter(lock_in(m_lock));
-  m_owner.store(zar::platform::current_thread_id(), std::memory_order_relaxed);
+  m_owner.store(zar::platform::lock_enter(lock_in(m_lock)), std::memory_order_relaxed);
   return 1;
 }
 
 void chCriticalSection::Unlock() {
   // Settled, callers rely on it: one owner word, so the second of two nested unlocks warns and leaves the lock held.
-  if (m_owner.load(std::memory_order_relaxed) == 0) {
-    zarOutputWarningString("Try to unlock a NOLOCKED CriticalSection.");
-    return;
-  }
+  if (m_owner.load(std::memory_order_relaxed) == 0) return warn_of_unheld_section();
   m_owner.store(0, std::memory_order_relaxed);
   zar::platform::lock_leave(lock_in(m_lock));
 }
@@ -37,10 +38,11 @@ void chCriticalSection::Unlock() {
 int chCriticalSection::IsLocked() const { return m_owner.load(std::memory_order_relaxed) != 0; }
 
 int chCriticalSection::IsLockedByThisThread() const {
-  return m_owner.load(std::memory_order_relaxed) == zar::platform::current_thread_id();
+  return zar::platform::is_current_thread(m_owner.load(std::memory_order_relaxed));
 }
 
-void chThreadLock<chCriticalSection>::Lock() {
+// Flattened: the whole road of an uncontended lock is one function, as it is for the standard library's mutexes.
+[[gnu::flatten]] void chThreadLock<chCriticalSection>::Lock() {
   if (m_section.IsLockedByThisThread()) {
     ++m_depth;
     return;
@@ -49,7 +51,7 @@ void chThreadLock<chCriticalSection>::Lock() {
   m_depth = 1;
 }
 
-void chThreadLock<chCriticalSection>::Unlock() {
+[[gnu::flatten]] void chThreadLock<chCriticalSection>::Unlock() {
   if (!m_section.IsLockedByThisThread()) std::abort();
   if (--m_depth == 0) m_section.Unlock();
 }

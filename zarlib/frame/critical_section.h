@@ -40,10 +40,12 @@ private:
   std::atomic<unsigned long> m_owner{0};
 };
 
-template <class Section> class chThreadLock;
+template <class Section>
+class chThreadLock;
 
 /// A chCriticalSection that the holding thread may enter again; it is free after as many Unlock as Lock.
-template <> class ZAR_API chThreadLock<chCriticalSection> {
+template <>
+class ZAR_API chThreadLock<chCriticalSection> {
 public:
   chThreadLock() = default;
   chThreadLock(const chThreadLock &) = delete;

@@ -5,11 +5,14 @@
 
 #include <cstdint>
 
-/// A value of one word without further operations, kept for the callers that derive from it or pass it on.
+/// A value of one word, zero at first, without further operations: a base for what clients throw. The library throws none.
 class ZAR_API chException {
 public:
-  chException() = default;
+  chException();
+  chException(const chException &) = default;
+  ~chException();
+  chException &operator=(const chException &other);
 
-private:
-  std::uintptr_t m_word = 0;
+protected:
+  std::uintptr_t m_word;
 };

@@ -23,17 +23,20 @@ void wait_for_static_instance();
 /// The first thread to come builds, holding no lock; other threads wait in steps of 50 ms, without limit; the building thread
 /// itself must not come back before it is done: that ends the process with a message, at once, instead of in a deadlock.
 /// Pointer and builder are never reset, so after process exit the address of the destroyed object is still handed out.
-template <class T> class static_instance {
+template <class T>
+class static_instance {
 public:
   /// @param message  What is written to stderr when the building thread re-enters.
   /// @param build    Returns the function-level static object, and so registers its destructor for process exit.
-  template <class Build> T &get(const char *message, Build build) {
+  template <class Build>
+  T &get(const char *message, Build build) {
     if (T *const instance = m_instance.load(std::memory_order_acquire)) return *instance;
     return first(message, build);
   }
 
 private:
-  template <class Build> T &first(const char *message, Build build) {
+  template <class Build>
+  T &first(const char *message, Build build) {
     if (claim_static_instance(m_builder, message)) m_instance.store(&build(), std::memory_order_release);
     for (;;) {
       if (T *const instance = m_instance.load(std::memory_order_acquire)) return *instance;

@@ -14,7 +14,8 @@ void lock_init(lock_storage &lock);
 void lock_destroy(lock_storage &lock);
 
 /// Waits without limit. The thread that holds it may enter again and must leave as often.
-void lock_enter(lock_storage &lock);
+/// @return The id of the calling thread.
+unsigned long lock_enter(lock_storage &lock);
 /// REQUIRES: the calling thread holds the lock.
 void lock_leave(lock_storage &lock);
 

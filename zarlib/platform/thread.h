@@ -8,6 +8,10 @@ unsigned long current_process_id();
 /// The system's id of the calling thread, without a system call after the first on each thread; right in a forked child too.
 unsigned long current_thread_id();
 
+/// Whether `id`, which a thread stored for itself, is the calling thread's. Never a system call: a thread whose id was not yet
+/// asked for cannot have stored one.
+bool is_current_thread(unsigned long id);
+
 /// Whether the id belongs to a process that has not ended; one that only waits to be reaped has ended.
 bool process_is_alive(unsigned long id);
 

@@ -74,10 +74,9 @@ void zarOutputWarningString(const char *format, ...) {
   const std::string message = formatted(format, args);
   va_end(args);
   const chTick now = chTimer::GetTickFromBoot();
-  const std::string line =
-      qx::format_astring("[W:] %u.%.6d (%d:%d) ", static_cast<unsigned>(now.seconds), now.microseconds,
-                         static_cast<int>(zar::platform::current_process_id()),
-                         static_cast<int>(zar::platform::current_thread_id()));
+  const std::string line = qx::format_astring("[W:] %u.%.6d (%d:%d) ", static_cast<unsigned>(now.seconds),
+                                              now.microseconds, static_cast<int>(zar::platform::current_process_id()),
+                                              static_cast<int>(zar::platform::current_thread_id()));
   // Cut at a first NUL, as all that passes through here is.
   consoleWriteString(true, line + message.c_str());
 }

@@ -11,10 +11,10 @@ namespace harness {
 /// What a child left behind.
 struct child_result {
   bool timed_out = false;
-  int exit_code = -1;  ///< of a normal end; the NTSTATUS or exit word on Windows
-  int signal = 0;      ///< the signal that ended it; always 0 on Windows
-  std::string output;  ///< all it wrote to standard output
-  std::string error;   ///< all it wrote to standard error
+  int exit_code = -1; ///< of a normal end; the NTSTATUS or exit word on Windows
+  int signal = 0;     ///< the signal that ended it; always 0 on Windows
+  std::string output; ///< all it wrote to standard output
+  std::string error;  ///< all it wrote to standard error
 };
 
 /// A child of this process. The destructor kills it and waits for it.

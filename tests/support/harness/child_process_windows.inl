@@ -95,8 +95,8 @@ child_process::child_process(const std::string &program, const std::vector<std::
   start.hStdInput = in;
   start.hStdOutput = out;
   start.hStdError = err;
-  const BOOL made =
-      CreateProcessA(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, variables.data(), nullptr, &start, &m_state->info);
+  const BOOL made = CreateProcessA(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, variables.data(), nullptr,
+                                   &start, &m_state->info);
   CloseHandle(in);
   CloseHandle(out);
   CloseHandle(err);

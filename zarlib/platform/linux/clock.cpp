@@ -12,7 +12,7 @@ static timespec now() {
 
 boot_time read_boot_time() {
   const timespec time = now();
-  return {time.tv_sec, static_cast<int>(time.tv_nsec / 1000)};
+  return {time.tv_sec, static_cast<int>(static_cast<unsigned>(time.tv_nsec) / 1000)};
 }
 
 unsigned long long read_boot_milliseconds() {

@@ -15,6 +15,8 @@ namespace {
 // Initial-exec: one addition to the thread pointer instead of a call, small enough for the loader's reserve.
 [[gnu::tls_model("initial-exec")]] thread_local unsigned long t_id = 0;
 
+[[gnu::noinline, gnu::cold]] unsigned long first_id() { return t_id = static_cast<unsigned long>(gettid()); }
+
 void forget_id() { t_id = 0; }
 
 // The first thread of a forked child has a new id; the other threads do not exist there.
@@ -42,9 +44,11 @@ bool runs(char state) { return state != 'Z' && state != 'X' && state != 'x'; }
 unsigned long current_process_id() { return static_cast<unsigned long>(getpid()); }
 
 unsigned long current_thread_id() {
-  if (t_id == 0) t_id = static_cast<unsigned long>(gettid());
-  return t_id;
+  const unsigned long known = t_id;
+  return known != 0 ? known : first_id();
 }
+
+bool is_current_thread(unsigned long id) { return id != 0 && id == t_id; }
 
 bool process_is_alive(unsigned long id) {
   char path[64], state = 0;

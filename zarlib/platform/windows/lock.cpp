@@ -15,7 +15,10 @@ void lock_init(lock_storage &lock) { InitializeCriticalSection(new (lock.bytes) 
 
 void lock_destroy(lock_storage &lock) { DeleteCriticalSection(native(lock)); }
 
-void lock_enter(lock_storage &lock) { EnterCriticalSection(native(lock)); }
+unsigned long lock_enter(lock_storage &lock) {
+  EnterCriticalSection(native(lock));
+  return GetCurrentThreadId();
+}
 
 void lock_leave(lock_storage &lock) { LeaveCriticalSection(native(lock)); }
 

@@ -10,8 +10,8 @@ bool is_vista_or_later() {
   OSVERSIONINFOEXW version = {};
   version.dwOSVersionInfoSize = sizeof version;
   version.dwMajorVersion = 6;
-  const DWORDLONG condition =
-      VerSetConditionMask(VerSetConditionMask(0, VER_MAJORVERSION, VER_GREATER_EQUAL), VER_MINORVERSION, VER_GREATER_EQUAL);
+  const DWORDLONG condition = VerSetConditionMask(VerSetConditionMask(0, VER_MAJORVERSION, VER_GREATER_EQUAL),
+                                                  VER_MINORVERSION, VER_GREATER_EQUAL);
   return VerifyVersionInfoW(&version, VER_MAJORVERSION | VER_MINORVERSION, condition) != FALSE;
 }
 
@@ -20,6 +20,8 @@ bool is_vista_or_later() {
 unsigned long current_process_id() { return GetCurrentProcessId(); }
 
 unsigned long current_thread_id() { return GetCurrentThreadId(); }
+
+bool is_current_thread(unsigned long id) { return id == GetCurrentThreadId(); }
 
 bool process_is_alive(unsigned long id) {
   static const DWORD right = is_vista_or_later() ? PROCESS_QUERY_LIMITED_INFORMATION : PROCESS_QUERY_INFORMATION;

@@ -18,7 +18,8 @@ inline std::string from_wide(const std::wstring &text, unsigned code_page = CP_U
   const int length = static_cast<int>(text.size());
   std::string result(
       static_cast<size_t>(WideCharToMultiByte(code_page, 0, text.data(), length, nullptr, 0, nullptr, nullptr)), '\0');
-  WideCharToMultiByte(code_page, 0, text.data(), length, result.data(), static_cast<int>(result.size()), nullptr, nullptr);
+  WideCharToMultiByte(code_page, 0, text.data(), length, result.data(), static_cast<int>(result.size()), nullptr,
+                      nullptr);
   return result;
 }
 
