@@ -1,0 +1,106 @@
+#include "zarlib/platform/file_stream.h"
+
+#include "zarlib/platform/windows/wide_text.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <io.h>
+#include <limits>
+#include <sys/stat.h>
+#include <utility>
+
+namespace zar::platform {
+
+namespace {
+
+/// A descriptor that closes itself.
+class descriptor {
+public:
+  explicit descriptor(int number) : m_number(number) {}
+  descriptor(const descriptor &) = delete;
+  descriptor &operator=(const descriptor &) = delete;
+  ~descriptor() {
+    if (m_number >= 0) _close(m_number);
+  }
+
+  explicit operator bool() const { return m_number >= 0; }
+  int get() const { return m_number; }
+  int release() { return std::exchange(m_number, -1); }
+
+private:
+  int m_number;
+};
+
+int open_file(const std::string &path, int flags) {
+  return _wopen(to_wide(path).c_str(), flags | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
+}
+
+int piece_of(size_t size) {
+  return static_cast<int>(std::min<size_t>(size, static_cast<size_t>(std::numeric_limits<int>::max())));
+}
+
+/// Writes until all is out or the system refuses. @return How many bytes arrived.
+size_t write_bytes(int file, const char *data, size_t size) {
+  size_t done = 0;
+  while (done < size) {
+    const int count = _write(file, data + done, static_cast<unsigned>(piece_of(size - done)));
+    if (count <= 0) break;
+    done += static_cast<size_t>(count);
+  }
+  return done;
+}
+
+void take_back(int file, size_t size) {
+  const long long end = _telli64(file);
+  if (end < 0 || _filelengthi64(file) != end) return;
+  const long long start = end - static_cast<long long>(size);
+  if (_chsize_s(file, start) == 0) _lseeki64(file, start, SEEK_SET);
+}
+
+} // namespace
+
+std::FILE *open_for_writing(const std::string &path, opening how) {
+  descriptor file(open_file(path, _O_WRONLY | _O_CREAT | (how == opening::at_end ? _O_APPEND : _O_TRUNC)));
+  if (!file) return nullptr;
+  _lseeki64(file.get(), 0, SEEK_END);
+  std::FILE *const stream = _fdopen(file.get(), how == opening::at_end ? "ab" : "wb");
+  if (stream) file.release();
+  return stream;
+}
+
+bool write_all(std::FILE *stream, const void *data, size_t size) {
+  const int file = _fileno(stream);
+  const size_t done = write_bytes(file, static_cast<const char *>(data), size);
+  if (done > 0 && done < size) take_back(file, done);
+  return done == size;
+}
+
+long long stream_position(std::FILE *stream) { return _telli64(_fileno(stream)); }
+
+bool read_whole_file(const std::string &path, std::string &content) {
+  const descriptor file(open_file(path, _O_RDONLY));
+  if (!file) return false;
+  size_t room = static_cast<size_t>(std::max(_filelengthi64(file.get()), 0LL)) + 1;
+  for (size_t done = content.size();; room = std::max<size_t>(room / 2, 4096)) {
+    content.resize(done + room);
+    while (done < content.size()) {
+      const int count =
+          _read(file.get(), content.data() + done, static_cast<unsigned>(piece_of(content.size() - done)));
+      if (count <= 0) {
+        content.resize(done);
+        return count == 0;
+      }
+      done += static_cast<size_t>(count);
+    }
+  }
+}
+
+bool write_whole_file(const std::string &path, const void *data, size_t size) {
+  descriptor file(open_file(path, _O_WRONLY | _O_CREAT | _O_TRUNC));
+  if (!file) return false;
+  const bool written =
+      write_bytes(file.get(), static_cast<const char *>(data), size) == size && _commit(file.get()) == 0;
+  return _close(file.release()) == 0 && written;
+}
+
+} // namespace zar::platform
