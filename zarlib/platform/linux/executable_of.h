@@ -1,0 +1,29 @@
+// The executable of a process, as /proc shows it.
+#pragma once
+
+#include <climits>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace zar::platform {
+
+/// The full path of the executable of a process, given by its number or "self"; empty when it cannot be seen or there
+/// is none.
+inline std::string executable_of(const std::string &process) {
+  const std::string link = "/proc/" + process + "/exe";
+  char text[PATH_MAX];
+  const ssize_t length = readlink(link.c_str(), text, sizeof text);
+  std::string path(text, length > 0 ? static_cast<size_t>(length) : 0);
+
+  // The kernel marks the path of a file that was removed; a file may also bear such a name, and then it has a link.
+  constexpr char mark[] = " (deleted)";
+  constexpr size_t mark_length = sizeof mark - 1;
+  struct stat file;
+  if (path.size() > mark_length && path.compare(path.size() - mark_length, mark_length, mark) == 0 &&
+      stat(link.c_str(), &file) == 0 && file.st_nlink == 0)
+    path.resize(path.size() - mark_length);
+  return path;
+}
+
+} // namespace zar::platform

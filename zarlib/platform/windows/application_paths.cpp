@@ -1,0 +1,27 @@
+#include "zarlib/platform/application_paths.h"
+
+#include "zarlib/platform/windows/wide_text.h"
+
+namespace zar::platform {
+
+constexpr DWORD limit = 260;
+
+std::string executable_path() {
+  // What is cut at the limit is terminated inside it or, on old systems, not at all.
+  wchar_t path[limit + 1] = {};
+  GetModuleFileNameW(nullptr, path, limit);
+  return from_wide(path);
+}
+
+std::string current_directory() {
+  wchar_t path[limit + 1] = {};
+  // A longer path leaves the buffer as it is, or without a use, and answers the room that it wants.
+  const DWORD length = GetCurrentDirectoryW(limit, path);
+  return from_wide(std::wstring(path, length < limit ? length : 0));
+}
+
+// The two variables belong to every session; a process that was started without them gets no guess.
+std::string default_home_directory() { return {}; }
+std::string default_temporary_directory() { return {}; }
+
+} // namespace zar::platform

@@ -1,0 +1,50 @@
+#include "zarlib/text/words.h"
+
+#include "zarlib/companion/qxstl.h"
+#include "zarlib/text/characters.h"
+
+#include <string_view>
+
+namespace {
+
+/// Appends the stretches between any of `separators`. An empty rest behind the last separator is never a field.
+void split(std::string_view text, std::string_view separators, bool keep_empty, std::vector<std::string> &out) {
+  while (!text.empty()) {
+    const size_t at = text.find_first_of(separators);
+    const std::string_view field = text.substr(0, at);
+    if (keep_empty || !field.empty()) out.emplace_back(field);
+    if (at == std::string_view::npos) return;
+    text.remove_prefix(at + 1);
+  }
+}
+
+} // namespace
+
+bool sameString(const std::string &a, const std::string &b) { return qx::string_compare(a, b, true) == 0; }
+
+bool sameXmlKeyName(const std::string &a, const std::string &b) { return qx::string_compare(a, b, true) == 0; }
+
+bool sameStringNC(const std::string &a, const std::string &b) { return qx::string_compare(a, b, false) == 0; }
+
+std::vector<std::string> zarGetWords(const std::string &text) {
+  std::vector<std::string> words;
+  zarGetWords(text, words);
+  return words;
+}
+
+int zarGetWords(const std::string &text, std::vector<std::string> &out) {
+  split(text, getTabWhiteSpace(), false, out);
+  return static_cast<int>(out.size());
+}
+
+std::vector<std::string> zarTextBreak(const std::string &text, char separator) {
+  std::vector<std::string> fields;
+  split(text, {&separator, 1}, false, fields);
+  return fields;
+}
+
+int zarTextBreak(const std::string &text, char separator, std::vector<std::string> &out) {
+  // Settled, callers rely on it: this form keeps empty fields, the other drops them.
+  split(text, {&separator, 1}, true, out);
+  return static_cast<int>(out.size());
+}
