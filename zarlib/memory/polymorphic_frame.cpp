@@ -1,5 +1,0 @@
-#include "zarlib/memory/polymorphic_frame.h"
-
-#include "zarlib/companion/morfile.h"
-
-template class ZAR_API polymorphic_frame<chFileStdio>;

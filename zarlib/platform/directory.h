@@ -1,0 +1,40 @@
+// Reading a directory.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace zar::platform {
+
+enum class entry_kind {
+  directory,
+  other,  ///< surely no directory, and no link
+  unknown ///< a link, or the file system does not tell: ask read_facts()
+};
+
+struct directory_entry {
+  std::string_view name; ///< UTF-8, without the directory; good until the next read
+  entry_kind kind = entry_kind::unknown;
+};
+
+/// One pass over the entries of a directory in the system's order, "." and ".." left out, hidden ones included.
+class directory_reader {
+public:
+  /// @param path  A directory, with or without a separator at its end.
+  explicit directory_reader(const std::string &path);
+  directory_reader(const directory_reader &) = delete;
+  directory_reader &operator=(const directory_reader &) = delete;
+  ~directory_reader();
+
+  bool is_open() const { return m_search != nullptr; }
+  /// @return False at the end, and when nothing is open.
+  bool next(directory_entry &entry);
+  void close();
+
+private:
+  struct search;
+  std::unique_ptr<search> m_search;
+};
+
+} // namespace zar::platform
