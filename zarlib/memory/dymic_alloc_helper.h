@@ -1,0 +1,24 @@
+// dymicAllocHelper: the counters behind baseDymicAlloc and baseDynamicNodeAlloc_block.
+#pragma once
+
+#include <atomic>
+
+/// The one balance of the process, built at first use under the guard of the static instances.
+///
+/// The counters are atomic and not under a lock: each only ever grows by one, so callers see the same figures, and there is
+/// nothing to destroy, so what static destructors do is counted to the last.
+class dymicAllocHelper {
+public:
+  static dymicAllocHelper &getInstance();
+
+  void count_allocation() { m_allocations.fetch_add(1, std::memory_order_relaxed); }
+  void count_free() { m_frees.fetch_add(1, std::memory_order_relaxed); }
+
+  /// Both wrap in 32 bits.
+  int allocations() const { return m_allocations.load(std::memory_order_relaxed); }
+  int frees() const { return m_frees.load(std::memory_order_relaxed); }
+
+private:
+  std::atomic<int> m_allocations{0};
+  std::atomic<int> m_frees{0};
+};

@@ -1,0 +1,103 @@
+// polymorphic_frame: a reference-counted owner of an object on the process heap.
+#pragma once
+
+#include "zarlib/memory/dymic_alloc.h"
+
+#include <atomic>
+#include <new>
+#include <utility>
+
+/// A handle on a shared T, made at the first data(); the last handle to leave destroys it.
+///
+/// All handles that share a frame see one object: there is no copy on write. The count may be changed by several threads at once,
+/// so each thread may copy and drop handles of its own on one object; a single handle, and the object, belong to one thread at
+/// a time. Copying costs one atomic addition; the object and its count are one block of baseDymicAlloc.
+///
+///     state     data()                  pointer(), operator->   hasData()   referenceCount()   setNull()
+///     null      makes T, then sharing   null                    false       0                  nothing
+///     sharing   the object              its address             true        handles            null; the last destroys T
+///
+/// The library exports the instance polymorphic_frame<chFileStdio>.
+/// REQUIRES: T can be constructed without arguments; its alignment is at most two words of the target.
+template <class T>
+class polymorphic_frame : public baseDymicAlloc {
+public:
+  polymorphic_frame() = default;
+  polymorphic_frame(const polymorphic_frame &other) : baseDymicAlloc(other), m_frame(retained(other.m_frame)) {}
+  polymorphic_frame(polymorphic_frame &&other) noexcept
+      : baseDymicAlloc(other), m_frame(std::exchange(other.m_frame, nullptr)) {}
+  ~polymorphic_frame() { setNull(); }
+
+  /// Lets go of the own object, then shares the other's. The other may lie inside the own object.
+  polymorphic_frame &operator=(const polymorphic_frame &other) {
+    if (this == &other) return *this;
+    frame *const incoming = retained(other.m_frame);
+    setNull();
+    m_frame = incoming;
+    return *this;
+  }
+  polymorphic_frame &operator=(polymorphic_frame &&other) noexcept {
+    if (this == &other) return *this;
+    frame *const incoming = std::exchange(other.m_frame, nullptr);
+    setNull();
+    m_frame = incoming;
+    return *this;
+  }
+
+  /// The object, made now if there is none. An exhausted heap is not tested for: the process faults.
+  T &data() {
+    if (!m_frame) m_frame = make_frame();
+    return m_frame->object;
+  }
+
+  /// REQUIRES: hasData().
+  const T &const_data() const { return *pointer(); }
+
+  /// @return The object, or null; never makes one.
+  T *operator->() const { return pointer(); }
+  T *pointer() const { return m_frame ? &m_frame->object : nullptr; }
+
+  bool hasData() const { return m_frame != nullptr; }
+
+  /// @return The number of handles on the object, 0 without one.
+  int referenceCount() const { return m_frame ? m_frame->references.load(std::memory_order_relaxed) : 0; }
+
+  /// Whether both share one object, or both have none.
+  bool operator==(const polymorphic_frame &other) const { return m_frame == other.m_frame; }
+
+  /// Lets go of the object. The handle is null already while T's destructor runs.
+  void setNull() { release_frame(); }
+
+protected:
+  /// setNull() under another name.
+  void release_frame() {
+    frame *const leaving = std::exchange(m_frame, nullptr);
+    if (!leaving || leaving->references.fetch_sub(1) != 1) return;
+    leaving->~frame();
+    this->free(leaving);
+  }
+
+private:
+  struct frame {
+    std::atomic<int> references{1};
+    T object{};
+  };
+
+  static frame *retained(frame *shared) {
+    if (shared) shared->references.fetch_add(1);
+    return shared;
+  }
+
+  frame *make_frame() {
+    static_assert(alignof(frame) <= 2 * sizeof(void *), "the heap aligns to two words");
+    void *const memory = this->alloc(static_cast<int>(sizeof(frame)));
+    try {
+      return ::new (memory) frame;
+    } catch (...) {
+      this->free(memory);
+      throw;
+    }
+  }
+
+  frame *m_frame = nullptr;
+};
