@@ -40,7 +40,8 @@ TEST(MapFileLocal, RecordsStayPutWhileTheTableGrows) {
   chMapFile_Local first;
   void *const block = first.OpenMapFile("local-map/grow", 16);
   std::vector<chMapFile_Local> many(2000);
-  for (size_t i = 0; i < many.size(); ++i) ASSERT_NE(many[i].OpenMapFile(std::string(1, '\0') + std::to_string(i), 8), nullptr);
+  for (size_t i = 0; i < many.size(); ++i)
+    ASSERT_NE(many[i].OpenMapFile(std::string(1, '\0') + std::to_string(i), 8), nullptr);
   EXPECT_EQ(first.IsCreateByMe(), 1);
   chMapFile_Local second;
   EXPECT_EQ(second.OpenMapFile("local-map/grow", 16), block);

@@ -65,7 +65,8 @@ std::pair<Record *, bool> take(record_table<Record> &table, const std::string &n
 /// Gives the object's reference back. @return Whether it was the last. REQUIRES: the static lock is held.
 template <class Record, class Object>
 bool give_back(Record &record, Object *object) {
-  if (record.creator.load(std::memory_order_relaxed) == object) record.creator.store(nullptr, std::memory_order_relaxed);
+  if (record.creator.load(std::memory_order_relaxed) == object)
+    record.creator.store(nullptr, std::memory_order_relaxed);
   return --record.references == 0;
 }
 
