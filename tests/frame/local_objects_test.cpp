@@ -1,6 +1,7 @@
 #include "zarlib/frame/local_objects.h"
 
 #include "tests/support/harness/child_process.h"
+#include "tests/support/harness/files.h"
 
 #include <gtest/gtest.h>
 
@@ -121,5 +122,5 @@ TEST(LocalObjects, OpenersOnManyThreadsAgreeOnOneCreator) {
 TEST(LocalObjects, ServeStaticObjectsToTheEndOfTheProcess) {
   const harness::child_result result = harness::run("local_exit_program");
   EXPECT_EQ(result.exit_code, 0) << result.error;
-  EXPECT_EQ(result.output, "created 1\nstill 42, closed\n");
+  EXPECT_EQ(harness::lines_of(result.output), (std::vector<std::string>{"created 1", "still 42, closed"}));
 }
