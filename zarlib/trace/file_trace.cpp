@@ -1,0 +1,120 @@
+#include "zarlib/trace/file_trace.h"
+
+#include "zarlib/companion/qxstl.h"
+#include "zarlib/text/environment.h"
+#include "zarlib/text/file_system.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+/// File numbers are ints that wrap, whatever a caller gave as the number of files.
+int number(long long value) { return static_cast<int>(value); }
+
+/// Sizes stop at the largest int: a limit beyond it still means a large file, and a count never turns small again.
+int size(long long value) {
+  return static_cast<int>(
+      std::clamp<long long>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
+
+} // namespace
+
+// Settled, callers rely on it: the executable's name comes with its whole path.
+chFileTrace::chFileTrace()
+    : m_baseName(zarGetAppDataRootPath() + "/log/" + zarGetExeFileName()), m_nMaxSize(400 * 1024), m_nMaxFiles(5),
+      m_nCurrentIndex(0), m_nCurrentSize(0) {}
+
+chFileTrace::chFileTrace(chFileTrace &&other) : chFileTrace(static_cast<const chFileTrace &>(other)) {
+  other.m_baseName.clear();
+}
+
+chFileTrace &chFileTrace::operator=(chFileTrace &&other) {
+  if (this == &other) return *this;
+  *this = static_cast<const chFileTrace &>(other);
+  other.m_baseName.clear();
+  return *this;
+}
+
+int chFileTrace::OpenFileTrace(const std::string &name, int sizeKB, int count) {
+  m_file.data().Close();
+  if (!name.empty()) m_baseName = name;
+  if (sizeKB != 0) m_nMaxSize = size(sizeKB * 1024LL);
+  if (count != 0) m_nMaxFiles = count;
+
+  const long long limit = m_nMaxFiles;
+  int found = 0;
+  for (; pathFileExist(GetFileName(found)); ++found)
+    if (found >= limit) pathRemoveFile(GetFileName(number(found - limit)));
+
+  if (found > limit) {
+    for (int i = 0; i < limit; ++i) pathRenameFile(GetFileName(number(i - limit + found)), GetFileName(i));
+    m_nCurrentIndex = number(limit - 1);
+  } else if (found > 0) {
+    m_nCurrentIndex = found - 1;
+  } else {
+    m_nCurrentIndex = 0;
+    m_nCurrentSize = 0;
+  }
+  return 1;
+}
+
+int chFileTrace::WriteLogLine(const std::string &line) {
+  if (!m_file.data().IsFileOpened() && OpenCurrentFile()) MeasureCurrentFile();
+  RotateIfFull();
+  WriteRecord({}, line);
+  return Flush();
+}
+
+int chFileTrace::WriteLogLine(const char *prefix, const std::string &line) {
+  WriteLogLineRaw(prefix, line);
+  return Flush();
+}
+
+int chFileTrace::WriteLogLineRaw(const char *prefix, const std::string &line) {
+  if (!m_file.data().IsFileOpened()) {
+    // Settled, callers rely on it: here, unlike in WriteLogLine(), the size counts of a file that could not be opened too.
+    OpenCurrentFile();
+    MeasureCurrentFile();
+  }
+  RotateIfFull();
+  WriteRecord(prefix ? prefix : "", line);
+  return 1;
+}
+
+int chFileTrace::Flush() {
+  if (m_file.hasData()) m_file->Flush();
+  return 1;
+}
+
+std::string chFileTrace::GetFileName(int index) const {
+  return qx::format_astring("%s-%d.log", m_baseName.c_str(), index);
+}
+
+bool chFileTrace::OpenCurrentFile() { return m_file->Open(GetFileName(m_nCurrentIndex), chFileStdio::mode_append); }
+
+void chFileTrace::MeasureCurrentFile() {
+  const int measured = pathFileSize(GetFileName(m_nCurrentIndex));
+  m_nCurrentSize = measured >= 0 ? measured : m_file->GetPosition();
+}
+
+void chFileTrace::RotateIfFull() {
+  if (m_nCurrentSize < m_nMaxSize) return;
+  m_file->Close();
+  const int next = number(m_nCurrentIndex + 1LL);
+  if (next < m_nMaxFiles) {
+    m_nCurrentIndex = next;
+  } else {
+    pathRemoveFile(GetFileName(0));
+    for (int i = 1; i < m_nMaxFiles; ++i) pathRenameFile(GetFileName(i), GetFileName(i - 1));
+  }
+  OpenCurrentFile();
+  m_nCurrentSize = 0;
+}
+
+void chFileTrace::WriteRecord(std::string_view prefix, std::string_view line) {
+  if (!m_file->IsFileOpened()) return;
+  m_file->WriteRecord({prefix, line, "\r\n"});
+  // Settled, callers rely on it: the two bytes of the line end do not count, and a failed write does.
+  m_nCurrentSize = size(m_nCurrentSize + static_cast<long long>(prefix.size() + line.size()));
+}
