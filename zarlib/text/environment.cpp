@@ -8,6 +8,7 @@
 #include "zarlib/platform/modules.h"
 #include "zarlib/platform/processes.h"
 #include "zarlib/text/conversions.h"
+#include "zarlib/text/document_path.h"
 #include "zarlib/text/paths.h"
 
 #include <cstdlib>
@@ -33,7 +34,7 @@ std::string find_root() {
 
 /// The document path. It is also asked for on a faulting thread: the lock is held for the change of a pointer only,
 /// with no allocation and no copying of text under it.
-class document_path {
+class document_path_keeper {
 public:
   std::shared_ptr<const std::string> get() {
     const std::lock_guard<std::mutex> hold(m_lock);
@@ -47,8 +48,8 @@ public:
   }
 
   /// Never destroyed: it answers during static construction and at exit.
-  static document_path &instance() {
-    static document_path &path = *new document_path;
+  static document_path_keeper &instance() {
+    static document_path_keeper &path = *new document_path_keeper;
     return path;
   }
 
@@ -79,12 +80,14 @@ const std::string &appRootPath() {
 
 std::string zarGetAppRootPath() { return appRootPath(); }
 
-std::string zarGetAppDocPath() { return *document_path::instance().get(); }
+std::shared_ptr<const std::string> zar::document_path() { return document_path_keeper::instance().get(); }
+
+std::string zarGetAppDocPath() { return *zar::document_path(); }
 
 std::string zarGetAppDataRootPath() { return zarGetAppDocPath(); }
 
 void zarSetAppDocPath(const std::string &path) {
-  document_path::instance().set(std::make_shared<std::string>(with_slashes(path)));
+  document_path_keeper::instance().set(std::make_shared<std::string>(with_slashes(path)));
 }
 
 std::string zarGetExeFileName() { return zar::platform::executable_path(); }

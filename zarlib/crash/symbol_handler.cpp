@@ -1,0 +1,32 @@
+#include "zarlib/crash/symbol_handler.h"
+
+#include "zarlib/platform/symbols.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace zar {
+
+bool symbol_handler() {
+  static const bool opened = [] {
+    const char *const architecture = std::getenv("PROCESSOR_ARCHITECTURE");
+    // Settled, callers rely on it: an empty variable switches stacks off.
+    if (architecture && !*architecture) return false;
+    return platform::open_symbols(architecture);
+  }();
+  return opened;
+}
+
+bool symbolize_address(unsigned long long address, char *out, size_t capacity) {
+  if (!symbol_handler()) return false;
+  platform::symbol found;
+  platform::describe_address(address, found);
+  // Without line information the blank still stands in front of the name.
+  if (*found.file)
+    std::snprintf(out, capacity, "%s(%d): %s", found.file, found.line, found.name);
+  else
+    std::snprintf(out, capacity, " %s", found.name);
+  return true;
+}
+
+} // namespace zar

@@ -1,0 +1,67 @@
+// The second stack of a thread, on which handlers run when the first one has overflowed.
+#include "zarlib/platform/fault.h"
+
+#include <csignal>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace zar::platform {
+
+namespace {
+
+// Room for the unwinder, the reading of symbols, and the taking apart of long names. Only what is touched becomes memory.
+constexpr size_t stack_bytes = 256 * 1024;
+
+/// The alternate stack of one thread; not made where the thread has one already.
+class alternate_stack {
+public:
+  alternate_stack() {
+    stack_t found;
+    if (sigaltstack(nullptr, &found) != 0 || !(found.ss_flags & SS_DISABLE)) return;
+    const size_t guard = static_cast<size_t>(getpagesize());
+    void *const memory =
+        mmap(nullptr, guard + stack_bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (memory == MAP_FAILED) return;
+    mprotect(memory, guard, PROT_NONE);
+    m_memory = memory;
+    m_bytes = guard + stack_bytes;
+    stack_t stack = {};
+    stack.ss_sp = static_cast<char *>(memory) + guard;
+    stack.ss_size = stack_bytes;
+    sigaltstack(&stack, nullptr);
+  }
+  alternate_stack(const alternate_stack &) = delete;
+  alternate_stack &operator=(const alternate_stack &) = delete;
+
+  // A stack that somebody else has put in place since is theirs.
+  ~alternate_stack() {
+    stack_t found;
+    if (!m_memory || sigaltstack(nullptr, &found) != 0) return;
+    const auto own = static_cast<char *>(m_memory);
+    const auto current = static_cast<char *>(found.ss_sp);
+    if (current > own && current < own + m_bytes) {
+      if (found.ss_flags & SS_ONSTACK) return;
+      stack_t none = {};
+      none.ss_flags = SS_DISABLE;
+      sigaltstack(&none, nullptr);
+    }
+    munmap(m_memory, m_bytes);
+  }
+
+private:
+  void *m_memory = nullptr;
+  size_t m_bytes = 0;
+};
+
+// Apart from the object, because its guard is a call.
+[[gnu::tls_model("initial-exec")]] thread_local bool t_armed = false;
+
+} // namespace
+
+void arm_thread() {
+  if (t_armed) return;
+  t_armed = true;
+  thread_local const alternate_stack stack;
+}
+
+} // namespace zar::platform

@@ -1,0 +1,123 @@
+#include "zarlib/platform/fault.h"
+
+#include "zarlib/platform/linux/fault_context.h"
+#include "zarlib/platform/linux/guarded_step.h"
+#include "zarlib/platform/linux/stopped_threads.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <exception>
+#include <initializer_list>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace zar::platform {
+
+namespace {
+
+constexpr int fault_signals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS};
+
+// How long a thread that faults while another reports waits for the death of the process.
+constexpr int wait_seconds = 60;
+
+std::atomic<fault_report> s_report{nullptr};
+std::atomic<pid_t> s_reporter{0};
+std::terminate_handler s_next_terminate = nullptr;
+
+void set_default(int signal) {
+  struct sigaction action = {};
+  action.sa_handler = SIG_DFL;
+  sigaction(signal, &action, nullptr);
+}
+
+void set_mask(int how, std::initializer_list<int> signals) {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int signal : signals) sigaddset(&set, signal);
+  sigprocmask(how, &set, nullptr);
+}
+
+void block_or_unblock_faults(int how) {
+  set_mask(how, {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT, SIGALRM});
+}
+
+/// Lets the process die of this very fault: the signal waits, with all that the system told about it, until the handler has
+/// returned to the instruction of the fault, and then finds the default action.
+void leave_to_the_system(int signal, siginfo_t *info) {
+  set_default(signal);
+  if (syscall(SYS_rt_tgsigqueueinfo, getpid(), gettid(), signal, info) != 0) raise(signal);
+}
+
+void report_fault(siginfo_t *info, void *context, pid_t self) {
+  begin_guarding(self);
+  block_or_unblock_faults(SIG_UNBLOCK);
+  const fault fault = {info, static_cast<ucontext_t *>(context), self};
+  s_report.load()(fault);
+  block_or_unblock_faults(SIG_BLOCK);
+  set_default(SIGALRM);
+  set_default(SIGABRT);
+}
+
+void wait_for_death() {
+  set_mask(SIG_UNBLOCK, {stop_signal()});
+  timespec left = {wait_seconds, 0};
+  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
+}
+
+/// The first fault of the process is reported, one inside the report ends the step or the report, other threads wait.
+void report_once(siginfo_t *info, void *context) {
+  const pid_t self = gettid();
+  pid_t reporter = 0;
+  if (s_reporter.compare_exchange_strong(reporter, self))
+    report_fault(info, context, self);
+  else if (reporter == self)
+    break_off_step();
+  else
+    wait_for_death();
+}
+
+void on_fault(int signal, siginfo_t *info, void *context) {
+  report_once(info, context);
+  leave_to_the_system(signal, info);
+}
+
+void on_uncaught_exception(int, siginfo_t *info, void *context) { report_once(info, context); }
+
+void install(int signal, void (*handler)(int, siginfo_t *, void *)) {
+  struct sigaction action = {};
+  action.sa_sigaction = handler;
+  action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+  sigfillset(&action.sa_mask);
+  sigaction(signal, &action, nullptr);
+}
+
+/// An exception that nobody catches: its thrower's frames are still on the stack, below this function. The signal of the coming
+/// death is raised early, once, so that its handler finds the registers in the form that the report knows.
+[[noreturn]] void on_terminate() {
+  if (std::current_exception()) {
+    install(SIGABRT, on_uncaught_exception);
+    set_mask(SIG_UNBLOCK, {SIGABRT});
+    raise(SIGABRT);
+    set_default(SIGABRT);
+  }
+  if (s_next_terminate) s_next_terminate();
+  std::abort();
+}
+
+} // namespace
+
+void hook_faults(fault_report report) {
+  s_report = report;
+  for (const int signal : fault_signals) install(signal, on_fault);
+  const std::terminate_handler found = std::get_terminate();
+  if (found != on_terminate) {
+    s_next_terminate = found;
+    std::set_terminate(on_terminate);
+  }
+  arm_thread();
+}
+
+} // namespace zar::platform

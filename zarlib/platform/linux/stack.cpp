@@ -1,0 +1,90 @@
+#include "zarlib/platform/stack.h"
+
+#include "zarlib/platform/fault.h"
+#include "zarlib/platform/linux/fault_context.h"
+#include "zarlib/platform/linux/safe_memory.h"
+
+#include <algorithm>
+#include <unwind.h>
+
+namespace zar::platform {
+
+namespace {
+
+using word = unsigned long long;
+
+/// What the unwinder's visits fill.
+struct collector {
+  word *frames;
+  int capacity;
+  int count;    ///< negative while frames are still left out
+  word from_pc; ///< where set, frames are stored from the one with this counter and this stack pointer on
+  word from_sp;
+};
+
+/// The counter of a frame, moved from the return address into the call before it.
+word address_of(_Unwind_Context *context) {
+  int exact = 0;
+  const word address = _Unwind_GetIPInfo(context, &exact);
+  return exact ? address : address - 1;
+}
+
+_Unwind_Reason_Code visit(_Unwind_Context *context, void *argument) {
+  auto &to = *static_cast<collector *>(argument);
+  if (to.count == to.capacity) return _URC_END_OF_STACK;
+  // The oldest frame of a thread has no return address.
+  if (_Unwind_GetIP(context) == 0) return _URC_END_OF_STACK;
+  if (to.count >= 0) to.frames[to.count] = address_of(context);
+  ++to.count;
+  return _URC_NO_REASON;
+}
+
+_Unwind_Reason_Code visit_from_fault(_Unwind_Context *context, void *argument) {
+  auto &to = *static_cast<collector *>(argument);
+  if (to.count == 0 && (_Unwind_GetIP(context) != to.from_pc || _Unwind_GetCFA(context) != to.from_sp))
+    return _URC_NO_REASON;
+  return visit(context, argument);
+}
+
+/// Whether the unwinder knows the code there.
+bool is_code(word address) { return _Unwind_FindEnclosingFunction(reinterpret_cast<void *>(address)) != nullptr; }
+
+/// Walks out of the signal handler that reports, over the frame that the system pushed, into the code that it stopped.
+int walk_through_handler(word pc, word sp, word *frames, int capacity) {
+  collector to = {frames, capacity, 0, pc, sp};
+  // A damaged stack can send the unwinder anywhere; what it has stored up to there holds.
+  run_guarded(3000, [&to] { _Unwind_Backtrace(visit_from_fault, &to); });
+  return to.count;
+}
+
+} // namespace
+
+[[gnu::noinline]] int capture_stack(word *frames, int capacity) {
+  if (capacity < 1) return 0;
+  // The first visit is to this function itself.
+  collector to = {frames, capacity, -1, 0, 0};
+  _Unwind_Backtrace(visit, &to);
+  return to.count < 0 ? 0 : to.count;
+}
+
+int walk_fault_stack(const fault &fault, word *frames, int capacity) {
+  greg_t *const registers = fault.context->uc_mcontext.gregs;
+  const word pc = static_cast<word>(registers[REG_RIP]), sp = static_cast<word>(registers[REG_RSP]);
+  if (capacity < 1) return 0;
+  frames[0] = pc;
+  if (is_code(pc)) return std::max(walk_through_handler(pc, sp, frames, capacity), 1);
+
+  // A call through a bad pointer: what it left on the stack is where it came from. The walk starts there as if the call had
+  // returned, by the very registers that it reads.
+  word caller = 0;
+  if (!read_memory(sp, &caller, sizeof caller) || !is_code(caller - 1)) return 1;
+  registers[REG_RIP] = static_cast<greg_t>(caller);
+  registers[REG_RSP] = static_cast<greg_t>(sp + sizeof caller);
+  const int callers = walk_through_handler(caller, sp + sizeof caller, frames + 1, capacity - 1);
+  registers[REG_RIP] = static_cast<greg_t>(pc);
+  registers[REG_RSP] = static_cast<greg_t>(sp);
+  if (callers > 0) frames[1] = caller - 1;
+  return callers + 1;
+}
+
+} // namespace zar::platform

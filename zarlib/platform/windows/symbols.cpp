@@ -1,0 +1,93 @@
+#include "zarlib/platform/symbols.h"
+
+#include "zarlib/platform/windows/debug_help.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace zar::platform {
+
+DWORD g_machine = 0;
+
+namespace {
+
+// Never deleted: a stack may be asked for until the very end.
+CRITICAL_SECTION &section() {
+  static CRITICAL_SECTION &made = *[] {
+    auto *const result = new CRITICAL_SECTION;
+    InitializeCriticalSection(result);
+    return result;
+  }();
+  return made;
+}
+
+DWORD machine_of(const char *architecture) {
+#ifdef _WIN64
+  if (!architecture) return IMAGE_FILE_MACHINE_AMD64;
+#else
+  if (!architecture) return IMAGE_FILE_MACHINE_I386;
+#endif
+  if (std::strstr(architecture, "EM64T") || std::strstr(architecture, "AMD64")) return IMAGE_FILE_MACHINE_AMD64;
+  return std::strstr(architecture, "x86") ? IMAGE_FILE_MACHINE_I386 : 0;
+}
+
+bool s_closed = false;
+
+void close_symbols() {
+  const debug_help_hold hold;
+  SymCleanup(GetCurrentProcess());
+  s_closed = true;
+}
+
+} // namespace
+
+debug_help_hold::debug_help_hold() {
+  const DWORD start = GetTickCount();
+  while (!(m_held = TryEnterCriticalSection(&section()) != FALSE) && GetTickCount() - start < 2000) Sleep(1);
+}
+
+debug_help_hold::~debug_help_hold() {
+  if (m_held) LeaveCriticalSection(&section());
+}
+
+bool open_symbols(const char *architecture) {
+  g_machine = machine_of(architecture);
+  const debug_help_hold hold;
+  SymSetOptions(SYMOPT_UNDNAME | SYMOPT_DEFERRED_LOADS);
+  if (!SymInitialize(GetCurrentProcess(), nullptr, TRUE)) return false;
+  std::atexit(close_symbols);
+  return true;
+}
+
+// The system tells nothing about whether there was anything new.
+bool refresh_modules() {
+  const debug_help_hold hold;
+  if (!s_closed) SymRefreshModuleList(GetCurrentProcess());
+  return true;
+}
+
+void describe_address(unsigned long long address, symbol &found) {
+  found.file[0] = found.name[0] = 0;
+  found.line = 0;
+  const debug_help_hold hold;
+  if (s_closed) return;
+
+  IMAGEHLP_LINE64 line = {};
+  line.SizeOfStruct = sizeof line;
+  DWORD into_line = 0;
+  if (SymGetLineFromAddr64(GetCurrentProcess(), address, &into_line, &line)) {
+    std::snprintf(found.file, sizeof found.file, "%s", line.FileName);
+    found.line = static_cast<int>(line.LineNumber);
+  }
+
+  alignas(SYMBOL_INFO) char room[sizeof(SYMBOL_INFO) + sizeof found.name] = {};
+  auto *const info = reinterpret_cast<SYMBOL_INFO *>(room);
+  info->SizeOfStruct = sizeof(SYMBOL_INFO);
+  info->MaxNameLen = sizeof found.name;
+  DWORD64 into_symbol = 0;
+  if (SymFromAddr(GetCurrentProcess(), address, &into_symbol, info))
+    std::snprintf(found.name, sizeof found.name, "%s", info->Name);
+}
+
+} // namespace zar::platform
