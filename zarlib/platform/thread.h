@@ -3,6 +3,7 @@
 
 namespace zar::platform {
 
+/// No system call after the first in a process; right in a forked child too.
 unsigned long current_process_id();
 
 /// The system's id of the calling thread, without a system call after the first on each thread; right in a forked child too.

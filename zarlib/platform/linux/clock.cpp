@@ -1,5 +1,7 @@
 #include "zarlib/platform/clock.h"
 
+#include <atomic>
+#include <cstdint>
 #include <ctime>
 
 namespace zar::platform {
@@ -20,21 +22,66 @@ unsigned long long read_boot_milliseconds() {
   return static_cast<unsigned long long>(time.tv_sec) * 1000 + static_cast<unsigned long long>(time.tv_nsec) / 1000000;
 }
 
+namespace {
+
+/// The local date, hour and minute of the last minute asked for. Local time changes its distance to the clock at whole minutes only,
+/// so the calendar is worked out once a minute; it is the dearest part of a line of the tracer.
+class minute_cache {
+public:
+  bool find(time_t minute, SYSTEMTIME &time) const {
+    const std::uint64_t known = m_word.load(std::memory_order_relaxed);
+    if (!fits(minute) || known >> date_bits != static_cast<std::uint64_t>(minute)) return false;
+    time.wYear = known >> 23 & 0xFFF;
+    time.wMonth = known >> 19 & 0xF;
+    time.wDay = known >> 14 & 0x1F;
+    time.wDayOfWeek = known >> 11 & 0x7;
+    time.wHour = known >> 6 & 0x1F;
+    time.wMinute = known & 0x3F;
+    return true;
+  }
+
+  void keep(time_t minute, const SYSTEMTIME &time) {
+    if (!fits(minute) || time.wYear > 0xFFF) return;
+    m_word.store(static_cast<std::uint64_t>(minute) << date_bits | static_cast<std::uint64_t>(time.wYear) << 23 |
+                     static_cast<std::uint64_t>(time.wMonth << 19 | time.wDay << 14 | time.wDayOfWeek << 11 |
+                                                time.wHour << 6 | time.wMinute),
+                 std::memory_order_relaxed);
+  }
+
+private:
+  static constexpr int date_bits = 35;
+  static bool fits(time_t minute) { return minute > 0 && minute < time_t{1} << (64 - date_bits); }
+
+  std::atomic<std::uint64_t> m_word{0};
+};
+
+constinit minute_cache last_minute;
+
+} // namespace
+
 SYSTEMTIME read_local_time() {
   timespec time;
   clock_gettime(CLOCK_REALTIME, &time);
+  const time_t minute = time.tv_sec / 60, second = time.tv_sec % 60;
+  SYSTEMTIME result;
+  result.wSecond = static_cast<unsigned short>(second);
+  result.wMilliseconds = static_cast<unsigned short>(time.tv_nsec / 1000000);
+  if (last_minute.find(minute, result)) return result;
+
   // localtime_r need not look at TZ again at each call, so the zone is what it was at the first.
   tm parts;
   localtime_r(&time.tv_sec, &parts);
-  SYSTEMTIME result;
   result.wYear = static_cast<unsigned short>(parts.tm_year + 1900);
   result.wMonth = static_cast<unsigned short>(parts.tm_mon + 1);
   result.wDayOfWeek = static_cast<unsigned short>(parts.tm_wday);
   result.wDay = static_cast<unsigned short>(parts.tm_mday);
   result.wHour = static_cast<unsigned short>(parts.tm_hour);
   result.wMinute = static_cast<unsigned short>(parts.tm_min);
-  result.wSecond = static_cast<unsigned short>(parts.tm_sec);
-  result.wMilliseconds = static_cast<unsigned short>(time.tv_nsec / 1000000);
+  // A zone that counts leap seconds, or whose distance has seconds, starts its minutes elsewhere.
+  if (parts.tm_sec == second)
+    last_minute.keep(minute, result);
+  else
+    result.wSecond = static_cast<unsigned short>(parts.tm_sec);
   return result;
 }
 

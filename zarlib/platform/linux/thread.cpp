@@ -1,5 +1,6 @@
 #include "zarlib/platform/thread.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -17,10 +18,15 @@ namespace {
 
 [[gnu::noinline, gnu::cold]] unsigned long first_id() { return t_id = static_cast<unsigned long>(gettid()); }
 
-void forget_id() { t_id = 0; }
+std::atomic<unsigned long> process_id{0};
 
-// The first thread of a forked child has a new id; the other threads do not exist there.
-const int fork_watch = pthread_atfork(nullptr, nullptr, forget_id);
+void forget_ids() {
+  t_id = 0;
+  process_id.store(0, std::memory_order_relaxed);
+}
+
+// A forked child has a new id, and its first thread too; the other threads do not exist there.
+const int fork_watch = pthread_atfork(nullptr, nullptr, forget_ids);
 
 /// The state letter and the thread group of a /proc status file.
 bool read_status(const char *path, char &state, unsigned long &group) {
@@ -41,7 +47,11 @@ bool runs(char state) { return state != 'Z' && state != 'X' && state != 'x'; }
 
 } // namespace
 
-unsigned long current_process_id() { return static_cast<unsigned long>(getpid()); }
+unsigned long current_process_id() {
+  unsigned long id = process_id.load(std::memory_order_relaxed);
+  if (id == 0) process_id.store(id = static_cast<unsigned long>(getpid()), std::memory_order_relaxed);
+  return id;
+}
 
 unsigned long current_thread_id() {
   const unsigned long known = t_id;

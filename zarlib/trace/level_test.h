@@ -1,0 +1,58 @@
+// The test in front of every trace line, made where the line stands.
+//
+// With GCC and optimisation the functions of trace.h that take a format become, at the place of the call, a comparison with the level
+// in force and a call of the exported function: a line that will not be written costs two loads. The exported functions
+// make the same test, so other compilers lose nothing but a nanosecond. trace.h includes this header; there is no need to.
+#pragma once
+
+#include "zarlib/export.h"
+#include "zarlib/trace/output_option.h"
+
+#include <atomic>
+
+/// The library's own business: whether a line's level is above the level in force, as far as that can be told without asking.
+class ZAR_API zarTraceLevelTest {
+public:
+#if defined(__GNUC__)
+  /// @return Whether the line will certainly not be written. false also where only the library can tell: before the first line
+  ///         of the process, and while the system's option decides.
+  static bool fails(int level) {
+    const int in_force = __atomic_load_n(&s_option.load(std::memory_order_acquire)->level, __ATOMIC_RELAXED);
+    return level > in_force && in_force != -1;
+  }
+#endif
+
+private:
+  friend class uCTraceHelper;
+  static std::atomic<TraceOutputOption *> s_option; ///< never null
+};
+
+#if defined(__GNUC__) && !defined(__clang__) && defined(__OPTIMIZE__) && !defined(ZARLIB_BUILDING)
+
+namespace zar {
+
+// The exported functions under second names, for the calls behind the test.
+ZAR_API void written_trace(int level, const char *format, ...) __asm__("_Z8zarTraceiPKcz") ZAR_PRINTF(2, 3);
+ZAR_API void written_module_trace(int level, const char *module, const char *format,
+                                  ...) __asm__("_Z14zarModuleTraceiPKcS0_z") ZAR_PRINTF(3, 4);
+extern "C" ZAR_API void written_trace_printf(const char *format, ...) __asm__("tracePrintf") ZAR_PRINTF(1, 2);
+
+} // namespace zar
+
+[[gnu::gnu_inline, gnu::always_inline, gnu::artificial]] extern inline void zarTrace(int level, const char *format,
+                                                                                     ...) {
+  if (!zarTraceLevelTest::fails(level)) zar::written_trace(level, format, __builtin_va_arg_pack());
+}
+
+[[gnu::gnu_inline, gnu::always_inline, gnu::artificial]] extern inline void
+zarModuleTrace(int level, const char *module, const char *format, ...) {
+  if (!zarTraceLevelTest::fails(level)) zar::written_module_trace(level, module, format, __builtin_va_arg_pack());
+}
+
+extern "C" {
+[[gnu::gnu_inline, gnu::always_inline, gnu::artificial]] extern inline void tracePrintf(const char *format, ...) {
+  if (!zarTraceLevelTest::fails(7)) zar::written_trace_printf(format, __builtin_va_arg_pack());
+}
+}
+
+#endif

@@ -1,0 +1,110 @@
+#include "zarlib/trace/trace.h"
+
+#include "zarlib/companion/qxstl.h"
+#include "zarlib/crash/stack_text.h"
+#include "zarlib/frame/process_identity.h"
+#include "zarlib/time/ticks.h"
+#include "zarlib/trace/console.h"
+#include "zarlib/trace/line_prefix.h"
+#include "zarlib/trace/option_text.h"
+#include "zarlib/trace/tracer_manager.h"
+
+#include <cstdarg>
+
+namespace {
+
+constexpr int debug_level = 7;
+constexpr int trace_level = 9;
+
+bool is_written(int level) {
+  if (zarTraceLevelTest::fails(level)) return false;
+  return level <= uCTraceHelper::getInstance().GetOutputLevel();
+}
+
+void write_formatted(const char *module, const char *format, va_list args) {
+  uCTraceHelper &tracer = uCTraceHelper::getInstance();
+  if (tracer.GetOutputMethod() == zar::output_none) return;
+  std::string line;
+  zar::append_line_prefix(line, module, zar::usual_text);
+  zar::append_formatted(line, format, args);
+  tracer.TraceConstString(line);
+}
+
+/// A message of a letter, "[W:]" or "[E:]". No blank stands between the parenthesis and the text: settled, callers rely on it.
+std::string message_line(char letter, const char *file, int line, const char *format, va_list args) {
+  const chTick now = chTimer::GetTickFromBoot();
+  std::string text = qx::format_astring(
+      "[%c:] %s(%d): %u.%.6d (%d:%d)", letter, file, line, static_cast<unsigned>(now.seconds), now.microseconds,
+      static_cast<int>(zarGetCurrentProcessId()), static_cast<int>(zarGetCurrentThreadId()));
+  zar::append_formatted(text, format, args);
+  return text;
+}
+
+/// The console has shown the message already.
+void pass_on(const std::string &text) {
+  uCTraceHelper &tracer = uCTraceHelper::getInstance();
+  if (tracer.GetOutputMethod() != zar::output_console) tracer.TraceConstString(text);
+}
+
+} // namespace
+
+void zarTrace(int level, const char *format, ...) {
+  if (!is_written(level)) return;
+  va_list args;
+  va_start(args, format);
+  write_formatted(nullptr, format, args);
+  va_end(args);
+}
+
+void zarTrace(int level, const std::string &text) { zarModuleTrace(level, nullptr, text); }
+
+void zarModuleTrace(int level, const char *module, const char *format, ...) {
+  if (!is_written(level)) return;
+  va_list args;
+  va_start(args, format);
+  write_formatted(module, format, args);
+  va_end(args);
+}
+
+void zarModuleTrace(int level, const char *module, const std::string &text) {
+  if (is_written(level)) uCTraceHelper::getInstance().TraceOutString(module, text);
+}
+
+void tracePrintf(const char *format, ...) {
+  if (!is_written(debug_level)) return;
+  va_list args;
+  va_start(args, format);
+  write_formatted(nullptr, format, args);
+  va_end(args);
+}
+
+void zarTraceObject(const std::string &name, const std::string &value) {
+  if (is_written(trace_level)) uCTraceHelper::getInstance().TraceOutString(nullptr, name + " = \"" + value + "\"");
+}
+
+void zarTraceObject(const std::string &name, const void *pointer) {
+  if (!is_written(trace_level)) return;
+  // Not a literal: compilers warn of a precision for an address, which both run-time libraries take for a least number of digits.
+  const std::string format = "%s = %.8p";
+  zarTrace(trace_level, format.c_str(), name.c_str(), pointer);
+}
+
+void zarWarningMessage(const char *file, int line, const char *format, ...) {
+  va_list args;
+  va_start(args, format);
+  const std::string text = message_line('W', file, line, format, args);
+  va_end(args);
+  consoleWriteString(true, text);
+  pass_on(text);
+}
+
+void zarErrorMessage(const char *file, int line, const char *format, ...) {
+  va_list args;
+  va_start(args, format);
+  const std::string text = message_line('E', file, line, format, args);
+  va_end(args);
+  consoleWriteString(true, text);
+  consoleWriteString(true, zarReadStack(-1));
+  pass_on(text);
+  zarAbort();
+}

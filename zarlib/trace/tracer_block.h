@@ -1,0 +1,93 @@
+// chSystemTracerManager: the contents of the block "ipc_system_trace".
+#pragma once
+
+#include "zarlib/export.h"
+#include "zarlib/frame/object_frame.h"
+#include "zarlib/memory/chains.h"
+#include "zarlib/memory/pool_alloc.h"
+#include "zarlib/trace/output_option.h"
+
+#include <cstddef>
+#include <string>
+
+/// What all users of the tracer share: the system's option, an option of each process, and the line store.
+///
+/// The line store is a queue of texts in the pool of the block, the oldest first. When the pool is full the oldest lines move to the
+/// spill text on the heap, which has no limit: a process that stores lines which nobody reads grows and grows.
+///
+/// docs/formats/trace-block.md shows the bytes. An object lives at the start of a block of `block_size` bytes, where an
+/// ipcObjectFrame puts it; no destructor ever runs. Every operation REQUIRES that the caller holds the frame's mutex; the words of the
+/// options are atomic and may be read without it.
+class ZAR_API chSystemTracerManager {
+public:
+  static constexpr int block_size = 0x200000;
+  static constexpr int block_version = 0x1009;
+  static constexpr const char *block_name = "ipc_system_trace";
+
+  /// Formats the block, and reads the environment variable `systrace` into the system's option.
+  chSystemTracerManager();
+  chSystemTracerManager(const chSystemTracerManager &) = delete;
+  chSystemTracerManager &operator=(const chSystemTracerManager &) = delete;
+
+  /// Compares the stamp at the start of the block, as ipcObjectHeader::AssertHeader() does.
+  int AssertHeader(const std::string &name, int size, int version) const {
+    return m_header.AssertHeader(name, size, version);
+  }
+
+  /// Level 2147483647 and the console, unless `systrace` says otherwise.
+  TraceOutputOption &system_option() { return m_systemOption; }
+
+  /// Removes the records of processes that have ended.
+  void drop_dead_processes();
+
+  /// Finds or makes the record of a process; a record found is reset. @return Its option, both words -1; null in a full pool
+  /// that holds no line either.
+  TraceOutputOption *renew_process_option(unsigned long process);
+
+  /// Appends a line to the store. @return Whether it was stored; not when it is larger than the whole pool, and then every line
+  /// before it has moved to the spill text.
+  bool store_line(const std::string &text);
+
+  /// Hands out the spill text, each line ended by a line feed, and empties it.
+  /// @param bytes  Receives the length of the lines without their ends.
+  /// @return Whether there was any.
+  bool take_spilled(std::string &text, int &bytes);
+
+  /// Hands out the oldest line in the block and removes it. @return Whether there was one.
+  bool take_line(std::string &text);
+
+private:
+  struct process_record : list_chain_offset {
+    unsigned process;
+    TraceOutputOption option;
+  };
+
+  /// The text follows.
+  struct line_record : list_chain_offset {
+    int length;
+    char *text() { return reinterpret_cast<char *>(this + 1); }
+  };
+
+  static constexpr int pool_offset = 88;
+  static constexpr int pool_size = block_size - pool_offset;
+
+  static void check_layout();
+  bool make_room(int bytes);
+  void spill_oldest_line();
+  line_record &oldest_line();
+  void drop_line(line_record &line);
+
+  ipcObjectHeader m_header;
+  basePoolAlloc m_pool;
+  TraceOutputOption m_systemOption;
+  int m_processCount;
+  list_chain_offset m_processes;
+  unsigned char m_unused[4]; // part of the format, never written
+  int m_lineCount;
+  list_chain_offset m_lines;
+  int m_spilledBytes;
+  union {
+    std::string *m_pSpilled; // the creator's heap holds it; abandoned with the block
+    unsigned char m_spilledRoom[24];
+  };
+};

@@ -1,0 +1,226 @@
+#include "zarlib/trace/tracer_manager.h"
+
+#include "zarlib/crash/crash_capture.h"
+#include "zarlib/frame/process_identity.h"
+#include "zarlib/frame/static_instance.h"
+#include "zarlib/platform/fault.h"
+#include "zarlib/platform/static_lock.h"
+#include "zarlib/trace/console.h"
+#include "zarlib/trace/file_trace.h"
+#include "zarlib/trace/level_test.h"
+#include "zarlib/trace/line_prefix.h"
+#include "zarlib/trace/nesting_depths.h"
+#include "zarlib/trace/option_text.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <limits>
+#include <mutex>
+
+namespace {
+
+constinit zar::static_instance<uCTraceHelper> instance;
+
+// What follows is used before the tracer is built and after it is destroyed, so none of it has a constructor or a destructor.
+
+/// Stands in until the process has read its option: -1 sends every question to the library.
+constinit TraceOutputOption unread_option = {zar::from_system, zar::from_system};
+
+/// What holds when the tracer is gone: every line to the console.
+constinit TraceOutputOption last_option = {std::numeric_limits<int>::max(), zar::output_console};
+
+constinit std::atomic<TraceOutputOption *> system_option{&last_option};
+
+/// The output that lines go to. It follows the method in force, but not to a number that is none of the methods.
+constinit std::atomic<int> output{zar::output_none};
+
+/// Guards the outputs that have a state, and the tracer's end. Only the frame's mutex and the heap's counters are taken under it.
+constinit zar::platform::static_lock outputs;
+
+/// Whether the file trace and the block can be used; guarded by `outputs`.
+constinit bool is_open = false;
+
+/// A worker that the system stopped while it held the lock must not keep the process from ending.
+bool lock_for_the_end() {
+  constexpr int milliseconds = 1000;
+  for (int i = 0; i < milliseconds; ++i) {
+    if (outputs.try_lock()) return true;
+    zarDelay(1);
+  }
+  return false;
+}
+
+int word_in_force(int TraceOutputOption::*word, const TraceOutputOption &process) {
+  const int own = zar::load_word(process.*word);
+  return own != zar::from_system ? own : zar::load_word(system_option.load(std::memory_order_acquire)->*word);
+}
+
+class frame_lock {
+public:
+  explicit frame_lock(chMutex_Local &mutex) : m_mutex(mutex) { m_mutex.Lock(-1); }
+  frame_lock(const frame_lock &) = delete;
+  frame_lock &operator=(const frame_lock &) = delete;
+  ~frame_lock() { m_mutex.Unlock(); }
+
+private:
+  chMutex_Local &m_mutex;
+};
+
+void set_output(int method) {
+  if (output.load(std::memory_order_relaxed) != method) output.store(method, std::memory_order_relaxed);
+}
+
+} // namespace
+
+constinit std::atomic<TraceOutputOption *> zarTraceLevelTest::s_option{&unread_option};
+
+uCTraceHelper &uCTraceHelper::getInstance() {
+  return instance.get("[E:] re-enter static instance of uCTraceHelper", []() -> uCTraceHelper & {
+    static uCTraceHelper helper;
+    return helper;
+  });
+}
+
+uCTraceHelper::uCTraceHelper() : m_pFileTrace(new chFileTrace) {
+  open_stamped(chSystemTracerManager::block_name, chSystemTracerManager::block_size,
+               chSystemTracerManager::block_version);
+  if (m_object) {
+    // One more opener, which never closes: other threads may read an option in the block while the process ends.
+    static auto &keeper = *new chMapFile_Local;
+    keeper.OpenMapFile(chSystemTracerManager::block_name, chSystemTracerManager::block_size);
+    system_option.store(&m_object->system_option(), std::memory_order_release);
+    is_open = true;
+  }
+  zarHookCrashSignal();
+}
+
+uCTraceHelper::~uCTraceHelper() {
+  zarTraceLevelTest::s_option.store(&last_option, std::memory_order_release);
+  if (!lock_for_the_end()) {
+    // Whoever holds the lock may be in the middle of a line: what it uses stays.
+    m_object = nullptr;
+    static_cast<void>(m_pFileTrace.release());
+    return;
+  }
+  is_open = false;
+  m_pFileTrace.reset();
+  CloseShareObject();
+  outputs.unlock();
+}
+
+int uCTraceHelper::GetOutputLevel() { return word_in_force(&TraceOutputOption::level, GetProcessTraceOption()); }
+
+int uCTraceHelper::GetOutputMethod() { return word_in_force(&TraceOutputOption::method, GetProcessTraceOption()); }
+
+int uCTraceHelper::ResetTraceLevel(int level) {
+  zar::store_word(GetProcessTraceOption().level, level);
+  return 1;
+}
+
+int uCTraceHelper::RedirectToNull() { return redirect(zar::output_none); }
+
+int uCTraceHelper::RedirectToConsole() { return redirect(zar::output_console); }
+
+int uCTraceHelper::RedirectToShareMemory() { return redirect(zar::output_store); }
+
+int uCTraceHelper::RedirectToFileTrace(const std::string &name, int sizeKB, int count) {
+  TraceOutputOption &option = GetProcessTraceOption();
+  const std::lock_guard hold(outputs);
+  zar::store_word(option.method, zar::output_file);
+  set_output(zar::output_file);
+  if (is_open) m_pFileTrace->OpenFileTrace(name, sizeKB, count);
+  return 1;
+}
+
+int uCTraceHelper::redirect(int method) {
+  zar::store_word(GetProcessTraceOption().method, method);
+  set_output(method);
+  return 1;
+}
+
+void uCTraceHelper::TraceOutString(const char *module, const std::string &text) {
+  if (GetOutputMethod() == zar::output_none) return;
+  std::string line;
+  zar::append_line_prefix(line, module, text.size());
+  deliver(line += text);
+}
+
+void uCTraceHelper::TraceConstString(const std::string &text) {
+  if (GetOutputMethod() != zar::output_none) deliver(text);
+}
+
+void uCTraceHelper::deliver(const std::string &text) {
+  zar::platform::arm_thread();
+  switch (output.load(std::memory_order_relaxed)) {
+  case zar::output_console:
+    return TraceToConsole(text);
+  case zar::output_file:
+    return TraceToFileTrace(text);
+  case zar::output_store:
+    return TraceToShareMemory(text);
+  }
+}
+
+void uCTraceHelper::TraceToConsole(const std::string &text) { consoleWriteString(false, text); }
+
+void uCTraceHelper::TraceToFileTrace(const std::string &text) {
+  std::unique_lock hold(outputs);
+  if (is_open) {
+    m_pFileTrace->WriteLogLine(text);
+    return;
+  }
+  hold.unlock();
+  TraceToConsole(text);
+}
+
+void uCTraceHelper::TraceToShareMemory(const std::string &text) {
+  std::unique_lock hold(outputs);
+  if (is_open) {
+    const frame_lock hold_frame(m_mutex);
+    m_object->store_line(text);
+    return;
+  }
+  hold.unlock();
+  TraceToConsole(text);
+}
+
+int uCTraceHelper::ReadShareMemoryString(std::string &text) {
+  const std::lock_guard hold(outputs);
+  if (!is_open) return 0;
+  const frame_lock hold_frame(m_mutex);
+  int bytes = 0;
+  std::string spilled;
+  if (!m_object->take_spilled(spilled, bytes)) return m_object->take_line(text);
+  text.clear();
+  zar::append_line_prefix(text, "M:TraceHelper", spilled.size());
+  text += "Write " + std::to_string(bytes) + " bytes first.\n" + spilled;
+  return 1;
+}
+
+int uCTraceHelper::push_trace_level() { return zar::enter_scope(); }
+
+int uCTraceHelper::pop_trace_level() { return zar::leave_scope(); }
+
+TraceOutputOption &uCTraceHelper::GetProcessTraceOption() {
+  TraceOutputOption *const known = zarTraceLevelTest::s_option.load(std::memory_order_acquire);
+  TraceOutputOption &option = known != &unread_option ? *known : read_process_option();
+  const int method = word_in_force(&TraceOutputOption::method, option);
+  if (method >= zar::output_none && method <= zar::output_store) set_output(method);
+  return option;
+}
+
+/// The first use: a record in the block, and the variable `trace`.
+TraceOutputOption &uCTraceHelper::read_process_option() {
+  const std::lock_guard hold(outputs);
+  TraceOutputOption *option = zarTraceLevelTest::s_option.load(std::memory_order_acquire);
+  if (option != &unread_option) return *option;
+  if (is_open) {
+    const frame_lock hold_frame(m_mutex);
+    m_object->drop_dead_processes();
+    option = m_object->renew_process_option(zarGetCurrentProcessId());
+  }
+  if (!is_open || !option) option = &last_option;
+  zar::read_option_text(std::getenv("trace"), *option, is_open ? m_pFileTrace.get() : nullptr);
+  zarTraceLevelTest::s_option.store(option, std::memory_order_release);
+  return *option;
+}
