@@ -35,7 +35,6 @@ using zar::platform::run_guarded;
 
 // The longest that the parts of a report may take, in milliseconds.
 constexpr int moment = 1000;
-constexpr int dump_limit = 20000;
 constexpr int line_limit = 10000;
 
 /// The path of a report file, empty when it cannot be told.
@@ -59,7 +58,7 @@ void write_minidump(const zar::platform::fault *fault, const SYSTEMTIME &now) {
   std::snprintf(suffix, sizeof suffix, "-%.4d%.2d%.2d-%.2d%.2d%.2d.dmp", now.wYear, now.wMonth, now.wDay, now.wHour,
                 now.wMinute, now.wSecond);
   const report_path path(suffix);
-  run_guarded(dump_limit, [&] { zar::platform::write_process_dump(path.text(), fault); });
+  zar::platform::write_process_dump(path.text(), fault);
 }
 
 /// Everything in front of the stack.

@@ -1,6 +1,7 @@
 // The other threads of a dying process, held still while their registers and stacks are read.
 #pragma once
 
+#include <atomic>
 #include <csignal>
 #include <cstddef>
 #include <sys/types.h>
@@ -11,11 +12,27 @@ namespace zar::platform {
 /// The signal that holds a thread. It gets its handler only when the process is dying, so that nobody is kept from using it.
 inline int stop_signal() { return SIGRTMAX; }
 
-/// A thread and its registers; of one that did not answer only the instruction and the stack pointer, or nothing at all.
 struct stopped_thread {
   pid_t id;
-  bool has_registers;
-  ucontext_t registers;
+  std::atomic<const ucontext_t *> context; ///< null for a thread that does not answer
+  unsigned long long pc;                   ///< of a thread that does not answer but waits in a system call, else 0
+  unsigned long long sp;
 };
+
+/// Threads in no order.
+struct stopped_threads {
+  const stopped_thread *threads;
+  size_t count;
+
+  const stopped_thread *begin() const { return threads; }
+  const stopped_thread *end() const { return threads + count; }
+};
+
+/// Stops all threads but the calling one and waits, for a bounded time, until each has answered. A thread that blocks the
+/// signal, as those do which wait for signals, goes on. At most 4096 threads are stopped.
+stopped_threads stop_other_threads();
+
+/// Lets them go on.
+void release_other_threads();
 
 } // namespace zar::platform

@@ -51,7 +51,9 @@ void set_name(symbol &found, const char *name) {
 /// Called for the inlined functions at an address from the inside out; the last one is the function of the frame.
 int on_place(void *data, uintptr_t, const char *file, int line, const char *function) {
   auto &found = *static_cast<symbol *>(data);
-  if (file) {
+  found.file[0] = 0;
+  // Line 0 marks what the compiler has added.
+  if (file && line > 0) {
     std::snprintf(found.file, sizeof found.file, "%s", file);
     found.line = line;
   }

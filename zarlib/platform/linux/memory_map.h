@@ -1,0 +1,35 @@
+// The regions of this process's address space.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace zar::platform {
+
+struct memory_region {
+  std::uint64_t start;
+  std::uint64_t end;
+  std::uint64_t offset; ///< into the file
+  bool readable;
+  bool writable;
+  bool executable;
+  std::string_view path; ///< empty for memory of no file
+};
+
+/// The map as it is at construction, in ascending order. Works in a dying process; its memory is not given back.
+class memory_map {
+public:
+  memory_map();
+
+  const memory_region *begin() const { return m_regions; }
+  const memory_region *end() const { return m_regions + m_count; }
+
+  /// The first region that ends above the address, end() when there is none.
+  const memory_region *at_or_above(std::uint64_t address) const;
+
+private:
+  memory_region *m_regions = nullptr;
+  size_t m_count = 0;
+};
+
+} // namespace zar::platform

@@ -1,0 +1,113 @@
+#include "zarlib/platform/linux/stopped_threads.h"
+
+#include "zarlib/platform/linux/safe_memory.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace zar::platform {
+
+namespace {
+
+constexpr size_t threads_max = 4096;
+constexpr int answer_milliseconds = 250; ///< without a new answer
+constexpr int held_milliseconds = 60000;
+
+stopped_thread *s_threads = nullptr;
+std::atomic<size_t> s_count{0};
+std::atomic<bool> s_released{false};
+
+void nap() {
+  const timespec millisecond = {0, 1000000};
+  nanosleep(&millisecond, nullptr);
+}
+
+stopped_thread *find(pid_t id) {
+  for (size_t i = 0, count = s_count; i < count; ++i)
+    if (s_threads[i].id == id) return &s_threads[i];
+  return nullptr;
+}
+
+void on_stop(int, siginfo_t *, void *context) {
+  const int saved_errno = errno;
+  if (stopped_thread *const own = find(gettid())) {
+    own->context = static_cast<ucontext_t *>(context);
+    for (int i = 0; i < held_milliseconds && !s_released; ++i) nap();
+  }
+  errno = saved_errno;
+}
+
+void list_threads(pid_t self) {
+  const int folder = open("/proc/self/task", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) return;
+  alignas(dirent64) char entries[4096];
+  size_t count = 0;
+  for (ssize_t length; (length = getdents64(folder, entries, sizeof entries)) > 0;) {
+    for (ssize_t at = 0; at < length;) {
+      const auto *const entry = reinterpret_cast<const dirent64 *>(entries + at);
+      at += entry->d_reclen;
+      const pid_t id = std::atoi(entry->d_name);
+      if (id > 0 && id != self && count < threads_max) s_threads[count++].id = id;
+    }
+  }
+  close(folder);
+  s_count = count;
+}
+
+size_t answers() {
+  size_t result = 0;
+  for (size_t i = 0; i < s_count; ++i) result += s_threads[i].context.load() != nullptr;
+  return result;
+}
+
+void await_answers() {
+  size_t seen = 0;
+  for (int silent = 0; seen < s_count && silent < answer_milliseconds; ++silent) {
+    nap();
+    const size_t now = answers();
+    if (now != seen) silent = 0;
+    seen = now;
+  }
+}
+
+/// Where a thread in a system call stands: "number six-arguments sp pc", or words where it is not in one.
+void ask_system(stopped_thread &thread) {
+  char path[64], text[256];
+  std::snprintf(path, sizeof path, "/proc/self/task/%d/syscall", thread.id);
+  const int file = open(path, O_RDONLY | O_CLOEXEC);
+  if (file < 0) return;
+  const ssize_t length = read(file, text, sizeof text - 1);
+  close(file);
+  text[length > 0 ? length : 0] = 0;
+  if (std::sscanf(text, "%*d %*x %*x %*x %*x %*x %*x %llx %llx", &thread.sp, &thread.pc) != 2)
+    thread.sp = thread.pc = 0;
+}
+
+} // namespace
+
+stopped_threads stop_other_threads() {
+  s_threads = reserve_array<stopped_thread>(threads_max);
+  if (!s_threads) return {nullptr, 0};
+  list_threads(gettid());
+
+  struct sigaction action = {};
+  action.sa_sigaction = on_stop;
+  action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
+  sigfillset(&action.sa_mask);
+  sigaction(stop_signal(), &action, nullptr);
+  for (size_t i = 0; i < s_count; ++i) syscall(SYS_tgkill, getpid(), s_threads[i].id, stop_signal());
+  await_answers();
+  for (size_t i = 0; i < s_count; ++i)
+    if (!s_threads[i].context.load()) ask_system(s_threads[i]);
+  return {s_threads, s_count};
+}
+
+void release_other_threads() { s_released = true; }
+
+} // namespace zar::platform
