@@ -1,0 +1,184 @@
+#include "zarlib/platform/linux/shared_object.h"
+
+#include "zarlib/platform/linux/object_directory.h"
+
+#include <cstring>
+#include <optional>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <tuple>
+#include <unordered_map>
+
+namespace zar::platform {
+
+namespace {
+
+constexpr std::uint32_t layout_number = 1;
+
+/// The start of an object's file; its full name follows, then at a page boundary its data.
+struct object_header {
+  char magic[8]; // written last, so a file without it was left half made
+  std::uint32_t layout;
+  std::uint32_t word_bytes;
+  std::uint32_t kind;
+  std::uint32_t name_bytes;
+  std::uint64_t data_offset;
+  std::uint64_t data_bytes;
+  unsigned char reserved[24];
+};
+static_assert(sizeof(object_header) == 64 && offsetof(object_header, data_offset) == 24, "a storage format");
+
+constexpr char object_magic[8] = {'Z', 'A', 'R', 'S', 'H', 'A', 'R', 'E'};
+
+std::uint64_t page_bytes() {
+  static const auto bytes = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+  return bytes;
+}
+
+std::uint64_t whole_pages(std::uint64_t bytes) { return (bytes + page_bytes() - 1) / page_bytes() * page_bytes(); }
+
+object_header header_for(const object_type &type, const std::string &name, std::size_t bytes) {
+  object_header header = {};
+  header.layout = layout_number;
+  header.word_bytes = sizeof(void *);
+  header.kind = type.kind;
+  header.name_bytes = static_cast<std::uint32_t>(name.size());
+  header.data_offset = whole_pages(sizeof header + name.size());
+  header.data_bytes = whole_pages(bytes);
+  return header;
+}
+
+bool read_at(int file, void *target, std::size_t bytes, std::size_t offset) {
+  return pread(file, target, bytes, static_cast<off_t>(offset)) == static_cast<ssize_t>(bytes);
+}
+
+bool write_at(int file, const void *source, std::size_t bytes, std::size_t offset) {
+  return pwrite(file, source, bytes, static_cast<off_t>(offset)) == static_cast<ssize_t>(bytes);
+}
+
+/// Gives the file its size and memory for all of it, so that no later access can fail for want of room.
+bool set_aside(int file, std::uint64_t bytes) {
+  int result;
+  do result = posix_fallocate(file, 0, static_cast<off_t>(bytes));
+  while (result == EINTR);
+  return result == 0;
+}
+
+void *map_data(int file, const object_header &header) {
+  void *const data = mmap(nullptr, header.data_bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file,
+                          static_cast<off_t>(header.data_offset));
+  return data == MAP_FAILED ? nullptr : data;
+}
+
+bool is_half_made(int file) {
+  object_header header = {};
+  static constexpr char nothing[sizeof header.magic] = {};
+  return !read_at(file, &header, sizeof header, 0) || std::memcmp(header.magic, nothing, sizeof nothing) == 0;
+}
+
+/// The header of a file that holds this very object in this very layout, all of it.
+std::optional<object_header> read_header(int file, const object_type &type, const std::string &name) {
+  object_header header;
+  std::string stored(name.size(), '\0');
+  struct stat status;
+  if (!read_at(file, &header, sizeof header, 0) || fstat(file, &status) != 0) return {};
+  if (std::memcmp(header.magic, object_magic, sizeof object_magic) != 0) return {};
+
+  const object_header expected = header_for(type, name, 1);
+  const auto identity = [](const object_header &h) {
+    return std::tuple(h.layout, h.word_bytes, h.kind, h.name_bytes, h.data_offset);
+  };
+  if (identity(header) != identity(expected)) return {};
+  const auto file_bytes = static_cast<std::uint64_t>(status.st_size);
+  if (file_bytes <= header.data_offset || header.data_bytes == 0 || header.data_bytes > file_bytes - header.data_offset)
+    return {};
+  if (!read_at(file, stored.data(), stored.size(), sizeof header) || stored != name) return {};
+  return header;
+}
+
+/// Fills a new file and maps its data. The magic comes last: until then the file counts as half made.
+void *make_object(int file, const object_type &type, const std::string &name, const object_header &header) {
+  if (!set_aside(file, header.data_offset + header.data_bytes)) return nullptr;
+  if (!write_at(file, &header, sizeof header, 0) || !write_at(file, name.data(), name.size(), sizeof header))
+    return nullptr;
+  void *const data = map_data(file, header);
+  if (!data) return nullptr;
+  if (type.prepare) type.prepare(data);
+  if (write_at(file, object_magic, sizeof object_magic, 0)) return data;
+  munmap(data, header.data_bytes);
+  return nullptr;
+}
+
+/// What this process has open, by kind and name; guarded by object_lock(). Never destroyed: static objects close their handles at
+/// process exit.
+std::unordered_map<std::string, std::weak_ptr<shared_object>> &known_objects() {
+  static auto &table = *new std::unordered_map<std::string, std::weak_ptr<shared_object>>;
+  return table;
+}
+
+std::string key_of(const object_type &type, const std::string &name) { return std::to_string(type.kind) + name; }
+
+} // namespace
+
+shared_object::shared_object(const object_type &type, const std::string &name, descriptor file, void *data,
+                             std::size_t bytes)
+    : m_type(type), m_name(name), m_file(std::move(file)), m_data(data), m_bytes(bytes) {}
+
+std::shared_ptr<shared_object> shared_object::open(const object_type &type, const std::string &name, std::size_t bytes,
+                                                   bool &created) {
+  created = false;
+  const std::lock_guard<std::mutex> hold(object_lock());
+  const std::string key = key_of(type, name);
+  if (const auto known = known_objects().find(key); known != known_objects().end())
+    if (auto object = known->second.lock()) return object;
+
+  const object_directory directory;
+  if (!directory) return nullptr;
+  const std::string file_name = object_file_name(name);
+  const auto remember = [&](descriptor file, void *data, std::size_t size) {
+    std::shared_ptr<shared_object> object(new shared_object(type, name, std::move(file), data, size));
+    known_objects()[key] = object;
+    return object;
+  };
+
+  object_directory::held_file found = directory.open(file_name);
+  if (found.state == object_directory::finding::refused) return nullptr;
+  if (found.state == object_directory::finding::alive && !is_half_made(found.file.get())) {
+    const auto header = read_header(found.file.get(), type, name);
+    void *const data = header ? map_data(found.file.get(), *header) : nullptr;
+    return data ? remember(std::move(found.file), data, header->data_bytes) : nullptr;
+  }
+
+  if (found.state == object_directory::finding::alive) directory.remove(file_name);
+  directory.sweep();
+  if (bytes == 0) return nullptr;
+  descriptor file = directory.create(file_name);
+  if (!file) return nullptr;
+  const object_header header = header_for(type, name, bytes);
+  void *const data = make_object(file.get(), type, name, header);
+  if (!data) {
+    directory.remove(file_name);
+    return nullptr;
+  }
+  created = true;
+  return remember(std::move(file), data, header.data_bytes);
+}
+
+shared_object::~shared_object() {
+  const bool stays = m_type.is_pinned && m_type.is_pinned(m_data);
+  if (!stays) munmap(m_data, m_bytes);
+
+  const std::lock_guard<std::mutex> hold(object_lock());
+  const auto known = known_objects().find(key_of(m_type, m_name));
+  if (known != known_objects().end() && known->second.expired()) known_objects().erase(known);
+
+  const object_directory directory;
+  if (stays) flock(m_file.get(), LOCK_UN); // a view keeps its file open, and with it the lock
+  { const descriptor closing(m_file.release()); }
+  if (!directory) return;
+  directory.remove_if_dead(object_file_name(m_name));
+  directory.sweep();
+}
+
+} // namespace zar::platform
