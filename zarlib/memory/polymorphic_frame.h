@@ -23,59 +23,39 @@ template <class T>
 class polymorphic_frame : public baseDymicAlloc {
 public:
   polymorphic_frame() = default;
-  polymorphic_frame(const polymorphic_frame &other) : baseDymicAlloc(other), m_frame(retained(other.m_frame)) {}
-  polymorphic_frame(polymorphic_frame &&other) noexcept
-      : baseDymicAlloc(other), m_frame(std::exchange(other.m_frame, nullptr)) {}
-  ~polymorphic_frame() { setNull(); }
+  polymorphic_frame(const polymorphic_frame &other);
+  polymorphic_frame(polymorphic_frame &&other) noexcept;
+  ~polymorphic_frame();
 
   /// Lets go of the own object, then shares the other's. The other may lie inside the own object.
-  polymorphic_frame &operator=(const polymorphic_frame &other) {
-    if (this == &other) return *this;
-    frame *const incoming = retained(other.m_frame);
-    setNull();
-    m_frame = incoming;
-    return *this;
-  }
-  polymorphic_frame &operator=(polymorphic_frame &&other) noexcept {
-    if (this == &other) return *this;
-    frame *const incoming = std::exchange(other.m_frame, nullptr);
-    setNull();
-    m_frame = incoming;
-    return *this;
-  }
+  polymorphic_frame &operator=(const polymorphic_frame &other);
+  /// Takes the other's share, and leaves it null.
+  polymorphic_frame &operator=(polymorphic_frame &&other) noexcept;
 
   /// The object, made now if there is none. An exhausted heap is not tested for: the process faults.
-  T &data() {
-    if (!m_frame) m_frame = make_frame();
-    return m_frame->object;
-  }
+  T &data();
 
   /// REQUIRES: hasData().
-  const T &const_data() const { return *pointer(); }
+  const T &const_data() const;
 
   /// @return The object, or null; never makes one.
-  T *operator->() const { return pointer(); }
-  T *pointer() const { return m_frame ? &m_frame->object : nullptr; }
+  T *operator->() const;
+  T *pointer() const;
 
-  bool hasData() const { return m_frame != nullptr; }
+  bool hasData() const;
 
   /// @return The number of handles on the object, 0 without one.
-  int referenceCount() const { return m_frame ? m_frame->references.load(std::memory_order_relaxed) : 0; }
+  int referenceCount() const;
 
   /// Whether both share one object, or both have none.
-  bool operator==(const polymorphic_frame &other) const { return m_frame == other.m_frame; }
+  bool operator==(const polymorphic_frame &other) const;
 
   /// Lets go of the object. The handle is null already while T's destructor runs.
-  void setNull() { release_frame(); }
+  void setNull();
 
 protected:
   /// setNull() under another name.
-  void release_frame() {
-    frame *const leaving = std::exchange(m_frame, nullptr);
-    if (!leaving || leaving->references.fetch_sub(1) != 1) return;
-    leaving->~frame();
-    this->free(leaving);
-  }
+  void release_frame();
 
 private:
   struct frame {
@@ -83,21 +63,108 @@ private:
     T object{};
   };
 
-  static frame *retained(frame *shared) {
-    if (shared) shared->references.fetch_add(1);
-    return shared;
-  }
-
-  frame *make_frame() {
-    static_assert(alignof(frame) <= 2 * sizeof(void *), "the heap aligns to two words");
-    void *const memory = this->alloc(static_cast<int>(sizeof(frame)));
-    try {
-      return ::new (memory) frame;
-    } catch (...) {
-      this->free(memory);
-      throw;
-    }
-  }
+  static frame *retained(frame *shared);
+  frame *make_frame();
 
   frame *m_frame = nullptr;
 };
+
+// The bodies stand outside of the class so that an explicit instantiation exports them on every target.
+
+template <class T>
+polymorphic_frame<T>::polymorphic_frame(const polymorphic_frame &other)
+    : baseDymicAlloc(other), m_frame(retained(other.m_frame)) {}
+
+template <class T>
+polymorphic_frame<T>::polymorphic_frame(polymorphic_frame &&other) noexcept
+    : baseDymicAlloc(other), m_frame(std::exchange(other.m_frame, nullptr)) {}
+
+template <class T>
+polymorphic_frame<T>::~polymorphic_frame() {
+  release_frame();
+}
+
+template <class T>
+polymorphic_frame<T> &polymorphic_frame<T>::operator=(const polymorphic_frame &other) {
+  if (this == &other) return *this;
+  frame *const incoming = retained(other.m_frame);
+  release_frame();
+  m_frame = incoming;
+  return *this;
+}
+
+template <class T>
+polymorphic_frame<T> &polymorphic_frame<T>::operator=(polymorphic_frame &&other) noexcept {
+  if (this == &other) return *this;
+  frame *const incoming = std::exchange(other.m_frame, nullptr);
+  release_frame();
+  m_frame = incoming;
+  return *this;
+}
+
+template <class T>
+T &polymorphic_frame<T>::data() {
+  if (!m_frame) m_frame = make_frame();
+  return m_frame->object;
+}
+
+template <class T>
+const T &polymorphic_frame<T>::const_data() const {
+  return *pointer();
+}
+
+template <class T>
+T *polymorphic_frame<T>::operator->() const {
+  return pointer();
+}
+
+template <class T>
+T *polymorphic_frame<T>::pointer() const {
+  return m_frame ? &m_frame->object : nullptr;
+}
+
+template <class T>
+bool polymorphic_frame<T>::hasData() const {
+  return m_frame != nullptr;
+}
+
+template <class T>
+int polymorphic_frame<T>::referenceCount() const {
+  return m_frame ? m_frame->references.load(std::memory_order_relaxed) : 0;
+}
+
+template <class T>
+bool polymorphic_frame<T>::operator==(const polymorphic_frame &other) const {
+  return m_frame == other.m_frame;
+}
+
+template <class T>
+void polymorphic_frame<T>::setNull() {
+  release_frame();
+}
+
+template <class T>
+void polymorphic_frame<T>::release_frame() {
+  frame *const leaving = std::exchange(m_frame, nullptr);
+  if (!leaving || leaving->references.fetch_sub(1) != 1) return;
+  leaving->~frame();
+  this->free(leaving);
+}
+
+template <class T>
+typename polymorphic_frame<T>::frame *polymorphic_frame<T>::retained(frame *shared) {
+  if (shared) shared->references.fetch_add(1);
+  return shared;
+}
+
+template <class T>
+typename polymorphic_frame<T>::frame *polymorphic_frame<T>::make_frame() {
+  static_assert(alignof(frame) <= 2 * sizeof(void *), "the heap aligns to two words");
+  void *const memory = this->alloc(static_cast<int>(sizeof(frame)));
+  try {
+    return ::new (memory) frame;
+  } catch (...) {
+    this->free(memory);
+    throw;
+  }
+}
