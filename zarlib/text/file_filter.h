@@ -19,7 +19,7 @@ struct name_patterns;
 ///   *        any run of characters, also none
 ///   ?        one character
 ///   |        either of two patterns: "*.jpg|*.png"
-///   \        an escape of an ECMAScript regular expression: "\d" is a digit, "\\" a backslash
+///   \        with a letter, an escape of an ECMAScript regular expression: "\d" is a digit; doubled, a backslash
 ///   others   themselves, upper and lower case told apart
 ///
 /// A pattern matches the whole name, byte by byte. The characters of * and ? can be anything but a line feed and a carriage return.
@@ -39,7 +39,7 @@ public:
 
   /// Replaces all patterns. An empty text accepts every name and denies none.
   /// @return 1.
-  /// @throws std::regex_error  for a pattern that cannot be understood ("\" at its end); the patterns ahead of it are in
+  /// @throws std::regex_error  for a pattern that cannot be understood (a lone \ at its end); the patterns ahead of it are in
   ///                           force then.
   int SetFilter(const std::string &filter);
 
