@@ -9,8 +9,6 @@
 #include <string>
 #include <string_view>
 
-extern template class ZAR_API polymorphic_frame<chFileStdio>;
-
 /// A log file with rotation.
 ///
 /// The files of a base name are base-0.log, base-1.log and so on, a higher number being newer. Lines go to the current file; when it
