@@ -1,0 +1,26 @@
+#include "zarlib/platform/safe_replace.h"
+
+#include "zarlib/platform/linux/descriptor.h"
+
+#include <sys/stat.h>
+
+namespace zar::platform {
+
+void create_like(const std::string &path, const std::string &model) {
+  struct stat wanted;
+  if (stat(model.c_str(), &wanted) != 0 || !S_ISREG(wanted.st_mode)) return;
+  const descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+  if (!file) return;
+  // The owner first: rights given before could serve a stranger.
+  [[maybe_unused]] const int given = fchown(file.get(), wanted.st_uid, wanted.st_gid);
+  fchmod(file.get(), (wanted.st_mode & 0777) | S_IWUSR);
+}
+
+void force_names(const std::string &path) {
+  const size_t slash = path.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  const descriptor names(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (names) fsync(names.get());
+}
+
+} // namespace zar::platform

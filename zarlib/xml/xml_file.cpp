@@ -1,0 +1,70 @@
+#include "zarlib/xml/xml_file.h"
+
+#include "zarlib/companion/morfile.h"
+#include "zarlib/platform/safe_replace.h"
+#include "zarlib/text/file_system.h"
+
+#include <limits>
+
+namespace {
+
+const char *const new_suffix = ".new";
+const char *const old_suffix = ".old";
+
+void write_text(const std::string &path, const std::string &text) {
+  if (text.size() <= static_cast<size_t>(std::numeric_limits<int>::max()))
+    zarWriteBinFile(path, text.data(), static_cast<int>(text.size()));
+}
+
+bool holds(const std::string &path, const std::string &text) {
+  return pathFileSizei64(path) == static_cast<long long>(text.size()) && zarDumpTextFileA(path) == text;
+}
+
+/// The order of the disk: each forcing of names keeps what follows from reaching it before what went ahead.
+void replace_text(const std::string &target, const std::string &text) {
+  const std::string fresh = target + new_suffix, old = target + old_suffix;
+  zar::platform::create_like(fresh, target);
+  write_text(fresh, text);
+  // Settled, callers rely on it: no result of these calls is inspected. The disk is looked at instead: a step is taken only over what
+  // the one before was to leave there, so that a refusal ends the save in a state that the next load knows.
+  if (!holds(fresh, text)) return;
+  zar::platform::force_names(fresh);
+  pathRenameFile(target, old);
+  pathRenameFile(fresh, target);
+  if (!pathFileExist(target)) return;
+  zar::platform::force_names(target);
+  pathRemoveFile(old);
+}
+
+/// Completes a save that was cut short.
+void recover(const std::string &name) {
+  const std::string fresh = name + new_suffix, old = name + old_suffix;
+  if (pathFileExist(old)) {
+    pathRenameFile(fresh, name);                              // fails without harm when it had been moved in
+    if (!pathFileExist(name) && pathFileExist(fresh)) return; // refused: both stay for the next load
+    zar::platform::force_names(name);
+    pathRemoveFile(old);
+  }
+  if (pathFileExist(fresh)) pathRemoveFile(fresh);
+}
+
+} // namespace
+
+chXmlFile::chXmlFile(const std::string &name) {
+  if (!name.empty()) LoadFromFile(name);
+}
+
+int chXmlFile::LoadFromFile(const std::string &name) {
+  if (!name.empty()) recover(name);
+  m_fileName = name;
+  static_cast<chXmlDocument &>(*this) = ParseDocument(zarDumpTextFileA(name));
+  return hasChildren();
+}
+
+void chXmlFile::SaveToFile(const std::string &name) const {
+  const std::string &target = name.empty() ? m_fileName : name;
+  const std::string text = ExportToText(false);
+  if (pathFileExist(target)) return replace_text(target, text);
+  write_text(target, text);
+  zar::platform::force_names(target);
+}
