@@ -89,17 +89,18 @@ int string_diff(const char *a, const std::string &b, bool caseSensitive) { retur
 int qx_strcmp(const char *a, const char *b, bool caseSensitive) { return compare(a, b, caseSensitive); }
 
 int string_find_first_one_of(const std::string &text, const std::vector<std::string> &tokens, int &index) {
-  size_t best = std::string::npos;
-  for (size_t i = 0; i < tokens.size(); ++i) {
-    // A later token wins only further left, so what lies behind the best place so far need not be searched.
-    const std::string_view searched =
-        best == std::string::npos ? text : std::string_view(text).substr(0, best + tokens[i].size());
-    const size_t at = searched.find(tokens[i]);
-    if (at == std::string::npos || at >= best) continue;
-    best = at;
-    index = static_cast<int>(i);
+  bool starts_token[256] = {};
+  for (const auto &token : tokens)
+    if (!token.empty()) starts_token[static_cast<unsigned char>(token[0])] = true;
+  for (size_t at = 0; at < text.size(); ++at) {
+    if (!starts_token[static_cast<unsigned char>(text[at])]) continue;
+    for (size_t i = 0; i < tokens.size(); ++i) {
+      if (tokens[i].empty() || text.compare(at, tokens[i].size(), tokens[i]) != 0) continue;
+      index = static_cast<int>(i);
+      return static_cast<int>(at);
+    }
   }
-  return best == std::string::npos ? -1 : static_cast<int>(best);
+  return -1;
 }
 
 int string_slice2(const std::string &text, const std::string &separator, std::string &left, std::string &right) {
@@ -191,8 +192,10 @@ int format_string_v(std::string &text, const char *format, va_list args) {
   } else if (static_cast<size_t>(length) < sizeof small) {
     text.assign(small, static_cast<size_t>(length));
   } else {
-    text.resize(static_cast<size_t>(length));
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    // Apart from `text`, which the arguments may point into.
+    std::string result(static_cast<size_t>(length), '\0');
+    std::vsnprintf(result.data(), result.size() + 1, format, again);
+    text = std::move(result);
   }
   va_end(again);
   return std::max(length, -1);

@@ -22,7 +22,7 @@ ZAR_API int string_diff(const char *a, const std::string &b, bool caseSensitive)
 /// The same on two terminated texts.
 ZAR_API int qx_strcmp(const char *a, const char *b, bool caseSensitive);
 
-/// Looks for several tokens at once.
+/// Looks for several tokens at once, in one pass that ends at the first match; an empty token occurs nowhere.
 /// @param index  Receives the index of the token found, the earliest in `tokens` where several stand at that place; left as it
 ///               is when none occurs.
 /// @return The smallest position at which any token occurs, or -1.

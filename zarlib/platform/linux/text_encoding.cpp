@@ -9,11 +9,13 @@ namespace zar::platform {
 
 namespace {
 
+constexpr char utf8[] = "UTF-8";
+
 std::string name_of(const std::string &encoding) { return encoding.empty() ? nl_langinfo(CODESET) : encoding; }
 
 // The C locale calls itself ASCII, but its bytes are whatever the user's files hold: they pass as they are.
 bool passes_unchanged(const std::string &name) {
-  return strcasecmp(name.c_str(), "UTF-8") == 0 || strcasecmp(name.c_str(), "UTF8") == 0 || name == "ANSI_X3.4-1968";
+  return strcasecmp(name.c_str(), utf8) == 0 || strcasecmp(name.c_str(), "UTF8") == 0 || name == "ANSI_X3.4-1968";
 }
 
 std::string convert(const std::string &text, const std::string &from, const std::string &to) {
@@ -23,17 +25,21 @@ std::string convert(const std::string &text, const std::string &from, const std:
   std::string input = text;
   char *in = input.data();
   size_t in_left = input.size();
-  while (in_left > 0) {
+  for (bool last = false; !last;) {
     char piece[256];
     char *out = piece;
     size_t out_left = sizeof piece;
-    const size_t answer = iconv(conversion, &in, &in_left, &out, &out_left);
+    // The last round leaves the text in the initial state of an encoding that has states.
+    last = in_left == 0;
+    const size_t answer = iconv(conversion, last ? nullptr : &in, &in_left, &out, &out_left);
     result.append(piece, out);
     if (answer != static_cast<size_t>(-1) || errno == E2BIG) continue;
-    // Not a character, or not one of the other encoding: one byte is given up and the work goes on.
+    // Not a character, or not one of the other encoding: it is given up and the work goes on.
     result += '?';
-    ++in;
-    --in_left;
+    do {
+      ++in;
+      --in_left;
+    } while (in_left > 0 && from == utf8 && (static_cast<unsigned char>(*in) & 0xC0) == 0x80);
   }
   iconv_close(conversion);
   return result;
@@ -43,12 +49,12 @@ std::string convert(const std::string &text, const std::string &from, const std:
 
 std::string narrow_to_utf8(const std::string &text, const std::string &encoding) {
   const std::string name = name_of(encoding);
-  return passes_unchanged(name) ? text : convert(text, name, "UTF-8");
+  return passes_unchanged(name) ? text : convert(text, name, utf8);
 }
 
 std::string utf8_to_narrow(const std::string &text, const std::string &encoding) {
   const std::string name = name_of(encoding);
-  return passes_unchanged(name) ? text : convert(text, "UTF-8", name);
+  return passes_unchanged(name) ? text : convert(text, utf8, name);
 }
 
 } // namespace zar::platform

@@ -15,7 +15,7 @@ std::string executable_path() {
 
 std::string current_directory() {
   wchar_t path[limit + 1] = {};
-  // A longer path leaves the buffer as it is, or without a use, and answers the room that it wants.
+  // For a longer path the answer is the room that it wants.
   const DWORD length = GetCurrentDirectoryW(limit, path);
   return from_wide(std::wstring(path, length < limit ? length : 0));
 }

@@ -1,0 +1,96 @@
+#include "zarlib/companion/qxstl.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+
+using texts = std::vector<std::string>;
+
+TEST(Qx, ComparesBytesAndFoldsTheCaseOfAsciiOnly) {
+  const std::string ascending[] = {"", "A", "AB", "Z", "[", "z[", "{", "\x80", "\xC3\x89", "\xC3\xA9"};
+  for (size_t i = 1; i < std::size(ascending); ++i) {
+    const std::string &a = ascending[i - 1], &b = ascending[i];
+    EXPECT_TRUE(qx::string_compare(a, b, true) < 0 && qx::string_diff(b.c_str(), a, true) > 0) << a << " " << b;
+    EXPECT_TRUE(qx::string_diff(a, b.c_str(), true) < 0 && qx::qx_strcmp(b.c_str(), a.c_str(), true) > 0)
+        << a << " " << b;
+  }
+  EXPECT_EQ(qx::string_compare("ABZ[@\xC9", "abz[@\xC9", false), 0);
+  EXPECT_TRUE(qx::string_compare("Y[", "y{", false) < 0 && qx::qx_strcmp("\xC3\xA9", "\xC3\x89", false) > 0);
+}
+
+TEST(Qx, FindsTheFirstOfSeveralTokensAndPrefersTheEarlierInTheList) {
+  const auto find = [](const char *text) {
+    int index = 7;
+    const int at = qx::string_find_first_one_of(
+        text, qx::stringarray_builder_by_token("<!--", "<", "", "<!", "\xFF", nullptr), index);
+    return std::make_pair(at, index);
+  };
+  EXPECT_EQ(find("a<b<!--"), std::make_pair(1, 1));
+  EXPECT_EQ(find("a<!--"), std::make_pair(1, 0));
+  EXPECT_EQ(find("\xFF<!-"), std::make_pair(0, 4));
+  EXPECT_EQ(find("a"), std::make_pair(-1, 7));
+}
+
+TEST(Qx, CutsTrimsReplacesAndBuildsInPlace) {
+  std::string left, text = "a::b::c";
+  EXPECT_EQ(qx::string_slice2(text, "::", left, text), 1);
+  EXPECT_EQ(left + "|" + text, "a|b::c");
+  EXPECT_EQ(qx::string_slice2(text, "/", left, text), -1);
+  EXPECT_EQ(left + "|" + text, "b::c|");
+
+  qx::trim_left(text = " \t a b ", "\t ");
+  EXPECT_EQ(text, "a b ");
+  qx::trim_right(text, "\t ");
+  EXPECT_EQ(text, "a b");
+  qx::trim_both(text = " \t ", "\t ");
+  EXPECT_EQ(text, "");
+
+  qx::string_replace(text = "aaa&", "aa", "a&");
+  EXPECT_EQ(text, "a&a&");
+  qx::string_replace(text, "", "x");
+  qx::string_replace(text, "&", "");
+  EXPECT_EQ(text, "aa");
+  qx::string_builder_by_char(text = "old", 'a', 'e');
+  EXPECT_EQ(text, "abcde");
+  qx::string_builder_by_range(text, "09afxx", 3);
+  EXPECT_EQ(text, "0123456789abcdefx");
+}
+
+TEST(Qx, ConvertsBetweenUtf8AndWideText) {
+  const std::string utf8 = "a\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
+  const std::wstring wide = L"a\x7F\x80\x7FF\x800\xFFFF\U00010000\U0010FFFF";
+  EXPECT_EQ(qx::string_utf8_to_wstring(utf8), wide);
+  EXPECT_EQ(qx::string_wstring_to_utf8(wide), utf8);
+  // Stray and missing continuations, overlong forms, surrogates, and what lies above Unicode.
+  for (const std::string broken :
+       {"\x80", "\xC3(", "\xC1\x81", "\xE0\x80\x80", "\xE2\x82", "\xED\xA0\x80", "\xF4\x90\x80\x80"}) {
+    const std::wstring result = qx::string_utf8_to_wstring(broken + "z");
+    EXPECT_TRUE(result.front() == L'\xFFFD' && result.back() == L'z') << broken;
+  }
+  const wchar_t high = static_cast<wchar_t>(0xD83D), low = static_cast<wchar_t>(0xDE00);
+  EXPECT_EQ(qx::string_wstring_to_utf8({high, low, low, L'\0', L'a'}), "\xF0\x9F\x98\x80\xEF\xBF\xBD");
+}
+
+TEST(Qx, ConvertsTheNarrowEncodings) {
+#ifdef _WIN32
+  const char *const western = "1252";
+#else
+  const char *const western = "ISO-8859-1";
+#endif
+  const std::string bytes(1000, '\xE9'), utf8 = qx::string_ascii_to_utf8(bytes, western);
+  EXPECT_EQ(utf8.substr(1996), "\xC3\xA9\xC3\xA9");
+  EXPECT_EQ(qx::string_utf8_to_ascii(utf8, western), bytes);
+  EXPECT_EQ(qx::string_utf8_to_ascii("a\xE4\xB8\xADz", western), "a?z") << "one mark for one character";
+  EXPECT_EQ(qx::string_ascii_to_utf8("plain", ""), "plain");
+}
+
+TEST(Qx, FormatsTextsOfAnyLengthAndReadsNumbers) {
+  for (const size_t length : {0, 509, 510, 511, 5000}) {
+    const std::string text(length, 'x');
+    EXPECT_EQ(qx::format_astring("<%s>", text.c_str()), "<" + text + ">");
+  }
+  EXPECT_EQ(qx::string_to_int(""), 0);
+  EXPECT_EQ(qx::string_to_int(" -012x"), -12);
+  EXPECT_EQ(qx::string_to_int("2147483648"), INT_MAX);
+  EXPECT_EQ(qx::string_to_int("-99999999999999999999"), INT_MIN);
+}
