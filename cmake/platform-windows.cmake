@@ -1,6 +1,9 @@
 # What the library links on Windows: the system's own DLLs only. The run-time DLLs of the compiler are laid beside the built
 # programs, so that they start from where they are.
 target_link_libraries(zarlib PRIVATE dbghelp psapi shlwapi)
+# The debug information that debuggers of this system read furthest.
+add_compile_options(-gdwarf-4)
+target_compile_options(zarlib PRIVATE -gdwarf-4)
 target_compile_definitions(zarlib PRIVATE _WIN32_WINNT=0x0601)
 
 foreach(name libstdc++-6.dll libgcc_s_dw2-1.dll libwinpthread-1.dll)

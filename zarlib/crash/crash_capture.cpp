@@ -109,5 +109,8 @@ void report_crash(const zar::platform::fault &fault) {
 void zarHookCrashSignal() {
   zar::symbol_handler();
   program_name();
+  // The first reading of the local time reads the time zone, which takes memory.
+  SYSTEMTIME now;
+  zarGetLocalTime(&now);
   zar::platform::hook_faults(report_crash);
 }

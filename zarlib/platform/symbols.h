@@ -17,7 +17,8 @@ struct symbol {
 bool open_symbols(const char *architecture);
 
 /// Takes notice of modules that were loaded or unloaded since the last call.
-/// @return False when surely nothing has changed for the addresses asked for before.
+/// REQUIRES: one thread at a time.
+/// @return False when surely all answers of describe_address() up to now still hold.
 bool refresh_modules();
 
 /// Looks an address up. Slow: the first call on a module reads its symbols.

@@ -2,21 +2,27 @@
 
 #include "zarlib/platform/fault.h"
 
+#include <algorithm>
 #include <atomic>
 #include <backtrace.h>
 #include <cstdio>
 #include <cstdlib>
 #include <cxxabi.h>
 #include <link.h>
-#include <mutex>
+#include <string>
+#include <sys/stat.h>
+#include <vector>
 
 namespace zar::platform {
 
 namespace {
 
-// libbacktrace maps its memory itself and takes no lock, so that a dying process may use it.
+// Nothing is opened before the first look-up, which reads the symbols of all modules. libbacktrace maps its memory itself and
+// takes no lock, so a dying process may use it. It knows the modules of its first use only, and cannot be given back.
 std::atomic<backtrace_state *> s_state{nullptr};
-std::atomic<unsigned long long> s_generation{0};
+std::atomic<unsigned long long> s_state_generation{0};
+
+void ignore_error(void *, const char *, int) {}
 
 /// Counts the loadings and unloadings of modules up to now.
 unsigned long long module_generation() {
@@ -29,10 +35,44 @@ unsigned long long module_generation() {
   return generation;
 }
 
-void ignore_error(void *, const char *, int) {}
+backtrace_state *make_state() {
+  s_state_generation = module_generation();
+  return s_state = backtrace_create_state(nullptr, 1, ignore_error, nullptr);
+}
 
-// Made anew when modules have come or gone: a state knows those of its first use. The old one cannot be given back.
-void make_state() { s_state = backtrace_create_state(nullptr, 1, ignore_error, nullptr); }
+/// A module in its place. One that comes back as it was has the same symbols.
+struct module_place {
+  unsigned long long start, end;
+  std::string file;
+  ino_t number;
+  time_t changed;
+
+  bool operator==(const module_place &) const = default;
+  bool overlaps(const module_place &other) const { return start < other.end && other.start < end; }
+};
+
+module_place place_of(const dl_phdr_info &info) {
+  module_place place = {~0ull, 0, info.dlpi_name, 0, 0};
+  for (int i = 0; i < info.dlpi_phnum; ++i) {
+    const auto &segment = info.dlpi_phdr[i];
+    if (segment.p_type != PT_LOAD) continue;
+    place.start = std::min<unsigned long long>(place.start, info.dlpi_addr + segment.p_vaddr);
+    place.end = std::max<unsigned long long>(place.end, info.dlpi_addr + segment.p_vaddr + segment.p_memsz);
+  }
+  struct stat found;
+  if (stat(place.file.c_str(), &found) == 0) place.number = found.st_ino, place.changed = found.st_mtime;
+  return place;
+}
+
+std::vector<module_place> current_modules() {
+  std::vector<module_place> modules;
+  const auto visit = [](dl_phdr_info *info, size_t, void *result) {
+    static_cast<std::vector<module_place> *>(result)->push_back(place_of(*info));
+    return 0;
+  };
+  dl_iterate_phdr(visit, &modules);
+  return modules;
+}
 
 /// The readable form. A name that cannot be read, or no more, since the heap of a dying process is damaged, stays as it is.
 void set_name(symbol &found, const char *name) {
@@ -65,17 +105,33 @@ void on_symbol(void *data, uintptr_t, const char *name, uintptr_t, uintptr_t) {
   if (name) set_name(*static_cast<symbol *>(data), name);
 }
 
-} // namespace
-
-bool open_symbols(const char *) {
-  s_generation = module_generation();
-  make_state();
-  return s_state.load() != nullptr;
+void look_up(backtrace_state *state, unsigned long long address, symbol &found) {
+  backtrace_pcinfo(state, address, on_place, ignore_error, &found);
+  if (!*found.name) backtrace_syminfo(state, address, on_symbol, ignore_error, &found);
 }
 
+} // namespace
+
+bool open_symbols(const char *) { return true; }
+
+// A module that is new needs nothing: the look-up of an address in it finds that out. Only where one has taken the place of
+// another are the old answers wrong.
 bool refresh_modules() {
+  static unsigned long long s_generation = 0;
+  static auto &s_known = *new std::vector<module_place>;
   const unsigned long long generation = module_generation();
-  if (s_generation.exchange(generation) == generation) return false;
+  if (generation == s_generation) return false;
+  s_generation = generation;
+
+  bool replaced = false;
+  for (const module_place &module : current_modules()) {
+    if (std::find(s_known.begin(), s_known.end(), module) != s_known.end()) continue;
+    replaced =
+        replaced || std::any_of(s_known.begin(), s_known.end(), [&](auto &other) { return other.overlaps(module); });
+    s_known.push_back(module);
+  }
+  if (!replaced) return false;
+  s_known = current_modules();
   make_state();
   return true;
 }
@@ -83,9 +139,10 @@ bool refresh_modules() {
 void describe_address(unsigned long long address, symbol &found) {
   found.file[0] = found.name[0] = 0;
   found.line = 0;
-  backtrace_state *const state = s_state;
-  backtrace_pcinfo(state, address, on_place, ignore_error, &found);
-  if (!*found.name) backtrace_syminfo(state, address, on_symbol, ignore_error, &found);
+  backtrace_state *state = s_state;
+  if (!state) state = make_state();
+  look_up(state, address, found);
+  if (!*found.name && module_generation() != s_state_generation) look_up(make_state(), address, found);
 }
 
 } // namespace zar::platform

@@ -9,17 +9,16 @@ namespace {
 
 STACKFRAME64 first_frame(const CONTEXT &context) {
   STACKFRAME64 frame = {};
-#ifdef _WIN64
-  frame.AddrPC.Offset = context.Rip;
-  frame.AddrStack.Offset = context.Rsp;
-  frame.AddrFrame.Offset = context.Rbp;
-#else
   frame.AddrPC.Offset = context.Eip;
   frame.AddrStack.Offset = context.Esp;
   frame.AddrFrame.Offset = context.Ebp;
-#endif
   frame.AddrPC.Mode = frame.AddrStack.Mode = frame.AddrFrame.Mode = AddrModeFlat;
   return frame;
+}
+
+bool is_in_module(DWORD address) {
+  const debug_help_hold hold;
+  return SymGetModuleBase64(GetCurrentProcess(), address) != 0;
 }
 
 /// The walk changes the context, so it gets a copy. Its bound is what ends a walk that repeats a frame for ever.
@@ -42,18 +41,28 @@ int walk(CONTEXT context, unsigned long long *frames, int capacity) {
   if (capacity < 1) return 0;
   CONTEXT context;
   RtlCaptureContext(&context);
-#ifndef _WIN64
   // Systems differ in whose registers they store here; the walk begins in the caller, by this function's own frame.
-  auto *const own = static_cast<ULONG_PTR *>(__builtin_frame_address(0));
+  auto *const own = static_cast<DWORD *>(__builtin_frame_address(0));
   context.Ebp = own[0];
   context.Eip = own[1];
-  context.Esp = reinterpret_cast<ULONG_PTR>(own + 2);
-#endif
+  context.Esp = reinterpret_cast<DWORD>(own + 2);
   return walk(context, frames, capacity);
 }
 
 int walk_fault_stack(const fault &fault, unsigned long long *frames, int capacity) {
-  return walk(*fault.pointers->ContextRecord, frames, capacity);
+  CONTEXT context = *fault.pointers->ContextRecord;
+  DWORD caller = 0;
+  const bool lost =
+      capacity > 1 && !is_in_module(context.Eip) &&
+      ReadProcessMemory(GetCurrentProcess(), reinterpret_cast<void *>(context.Esp), &caller, sizeof caller, nullptr) &&
+      is_in_module(caller);
+  if (!lost) return walk(context, frames, capacity);
+
+  // A call through a bad pointer has left on the stack where it came from; the walk goes on as if it had returned.
+  frames[0] = context.Eip;
+  context.Eip = caller - 1;
+  context.Esp += sizeof caller;
+  return 1 + walk(context, frames + 1, capacity - 1);
 }
 
 } // namespace zar::platform

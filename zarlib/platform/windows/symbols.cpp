@@ -2,9 +2,12 @@
 
 #include "zarlib/platform/windows/debug_help.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <psapi.h>
+#include <vector>
 
 namespace zar::platform {
 
@@ -23,11 +26,7 @@ CRITICAL_SECTION &section() {
 }
 
 DWORD machine_of(const char *architecture) {
-#ifdef _WIN64
-  if (!architecture) return IMAGE_FILE_MACHINE_AMD64;
-#else
   if (!architecture) return IMAGE_FILE_MACHINE_I386;
-#endif
   if (std::strstr(architecture, "EM64T") || std::strstr(architecture, "AMD64")) return IMAGE_FILE_MACHINE_AMD64;
   return std::strstr(architecture, "x86") ? IMAGE_FILE_MACHINE_I386 : 0;
 }
@@ -54,14 +53,24 @@ debug_help_hold::~debug_help_hold() {
 bool open_symbols(const char *architecture) {
   g_machine = machine_of(architecture);
   const debug_help_hold hold;
-  SymSetOptions(SYMOPT_UNDNAME | SYMOPT_DEFERRED_LOADS);
+  // Without the last one no address has a line.
+  SymSetOptions(SYMOPT_UNDNAME | SYMOPT_DEFERRED_LOADS | SYMOPT_LOAD_LINES);
   if (!SymInitialize(GetCurrentProcess(), nullptr, TRUE)) return false;
   std::atexit(close_symbols);
   return true;
 }
 
-// The system tells nothing about whether there was anything new.
+// What is asked of the system twice is far cheaper than a look-up; a module that came in another's place has another handle or
+// has changed the list in between.
 bool refresh_modules() {
+  static auto &s_known = *new std::vector<HMODULE>;
+  std::vector<HMODULE> modules(s_known.size() + 64);
+  DWORD bytes = 0;
+  K32EnumProcessModules(GetCurrentProcess(), modules.data(), static_cast<DWORD>(modules.size() * sizeof(HMODULE)),
+                        &bytes);
+  modules.resize(std::min(modules.size(), bytes / sizeof(HMODULE)));
+  if (modules == s_known) return false;
+  s_known = modules;
   const debug_help_hold hold;
   if (!s_closed) SymRefreshModuleList(GetCurrentProcess());
   return true;

@@ -1,0 +1,10 @@
+// A module with one function, to be loaded late and to be found on stacks.
+#ifdef _WIN32
+#define EXPORTED __declspec(dllexport)
+#else
+#define EXPORTED
+#endif
+
+extern "C" EXPORTED int call_from_late_module(int (*function)(void *), void *argument) {
+  return function(argument) + 1;
+}
