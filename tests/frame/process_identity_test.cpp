@@ -27,7 +27,7 @@ TEST(ProcessIdentity, KnowsTheLivingFromTheDead) {
   child->kill();
   // A dead process that nobody has waited for yet has ended all the same.
   const chTimeout limit(20000);
-  while (zarIsValidProcessID(process) && !limit.IsTimeout()) std::this_thread::yield();
+  while ((zarIsValidProcessID(process) || zarIsValidThreadID(thread)) && !limit.IsTimeout()) std::this_thread::yield();
   EXPECT_EQ(zarIsValidProcessID(process), 0);
   EXPECT_EQ(zarIsValidThreadID(thread), 0);
 }

@@ -57,6 +57,11 @@ public:
     check(!m_book.IsCreateByMe() && !m_guard.IsCreateByMe() && !m_bell.IsCreateByMe(), "false creator of what is held");
   }
 
+  ~churner() {
+    m_book.CloseMapFile();
+    m_guard.CloseMutex();
+  }
+
   void run() {
     for (; !m_ledger->stop; ++m_ledger->rounds) {
       chMapFile map;
