@@ -68,7 +68,7 @@ bool refresh_modules() {
   DWORD bytes = 0;
   K32EnumProcessModules(GetCurrentProcess(), modules.data(), static_cast<DWORD>(modules.size() * sizeof(HMODULE)),
                         &bytes);
-  modules.resize(std::min(modules.size(), bytes / sizeof(HMODULE)));
+  modules.resize(std::min<size_t>(modules.size(), bytes / sizeof(HMODULE)));
   if (modules == s_known) return false;
   s_known = modules;
   const debug_help_hold hold;
