@@ -13,6 +13,7 @@
 #include <regex>
 
 using testing::ElementsAre;
+using namespace std::string_literals;
 
 TEST(FileFilter, AcceptsAndDeniesByItsPatterns) {
   const struct {
@@ -68,7 +69,7 @@ static std::string as_expression(const std::string &pattern) {
 
 TEST(FileFilter, MatchesAsTheRegularExpressionDoesOverOddBytes) {
   std::mt19937 random(7);
-  const std::string in_patterns("ab*?**?.-[($\n\r\xff+^{}])\t|\\\0", 27), in_names("aabb.-[(\n\r\xff\t\0|", 15);
+  const std::string in_patterns = "ab*?**?.-[($\n\r\xff+^{}])\t|\\\0"s, in_names = "aabb.-[(\n\r\xff\t\0|"s;
   const auto any_of = [&](const std::string &set, size_t most) {
     std::string text(random() % most, '\0');
     for (char &c : text) c = set[random() % set.size()];
