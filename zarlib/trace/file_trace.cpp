@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -25,14 +26,18 @@ chFileTrace::chFileTrace()
     : m_baseName(zarGetAppDataRootPath() + "/log/" + zarGetExeFileName()), m_nMaxSize(400 * 1024), m_nMaxFiles(5),
       m_nCurrentIndex(0), m_nCurrentSize(0) {}
 
-chFileTrace::chFileTrace(chFileTrace &&other) : chFileTrace(static_cast<const chFileTrace &>(other)) {
-  other.m_baseName.clear();
-}
+chFileTrace::chFileTrace(chFileTrace &&other) noexcept
+    : baseDymicAlloc(other), m_file(other.m_file), m_baseName(std::exchange(other.m_baseName, {})),
+      m_nMaxSize(other.m_nMaxSize), m_nMaxFiles(other.m_nMaxFiles), m_nCurrentIndex(other.m_nCurrentIndex),
+      m_nCurrentSize(other.m_nCurrentSize) {}
 
-chFileTrace &chFileTrace::operator=(chFileTrace &&other) {
-  if (this == &other) return *this;
-  *this = static_cast<const chFileTrace &>(other);
-  other.m_baseName.clear();
+chFileTrace &chFileTrace::operator=(chFileTrace &&other) noexcept {
+  m_file = other.m_file;
+  m_baseName = std::exchange(other.m_baseName, {});
+  m_nMaxSize = other.m_nMaxSize;
+  m_nMaxFiles = other.m_nMaxFiles;
+  m_nCurrentIndex = other.m_nCurrentIndex;
+  m_nCurrentSize = other.m_nCurrentSize;
   return *this;
 }
 

@@ -41,9 +41,9 @@ public:
   /// Share the file from its first line on, and take name and numbers; each counts on for itself. The forms that move empty the
   /// source's name and leave the source its share.
   chFileTrace(const chFileTrace &) = default;
-  chFileTrace(chFileTrace &&other);
+  chFileTrace(chFileTrace &&other) noexcept;
   chFileTrace &operator=(const chFileTrace &) = default;
-  chFileTrace &operator=(chFileTrace &&other);
+  chFileTrace &operator=(chFileTrace &&other) noexcept;
   ~chFileTrace() = default;
 
   /// Closes the file and prepares to go on with the newest of the files that are there. The newest is the last before the first gap
