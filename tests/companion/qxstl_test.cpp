@@ -39,9 +39,8 @@ TEST(Qx, CutsTrimsReplacesAndBuildsInPlace) {
   EXPECT_EQ(left + "|" + text, "b::c|");
 
   qx::trim_left(text = " \t a b ", "\t ");
-  EXPECT_EQ(text, "a b ");
-  qx::trim_right(text, "\t ");
-  EXPECT_EQ(text, "a b");
+  qx::trim_right(left = " \t a b ", "\t ");
+  EXPECT_EQ(text + left, "a b  \t a b");
   qx::trim_both(text = " \t ", "\t ");
   EXPECT_EQ(text, "");
 
@@ -51,9 +50,8 @@ TEST(Qx, CutsTrimsReplacesAndBuildsInPlace) {
   qx::string_replace(text, "&", "");
   EXPECT_EQ(text, "aa");
   qx::string_builder_by_char(text = "old", 'a', 'e');
-  EXPECT_EQ(text, "abcde");
-  qx::string_builder_by_range(text, "09afxx", 3);
-  EXPECT_EQ(text, "0123456789abcdefx");
+  qx::string_builder_by_range(left, "09afxx", 3);
+  EXPECT_EQ(text + left, "abcde0123456789abcdefx");
 }
 
 TEST(Qx, ConvertsBetweenUtf8AndWideText) {
@@ -77,11 +75,10 @@ TEST(Qx, ConvertsTheNarrowEncodings) {
 #else
   const char *const western = "ISO-8859-1";
 #endif
-  const std::string bytes(1000, '\xE9'), utf8 = qx::string_ascii_to_utf8(bytes, western);
-  EXPECT_EQ(utf8.substr(1996), "\xC3\xA9\xC3\xA9");
-  EXPECT_EQ(qx::string_utf8_to_ascii(utf8, western), bytes);
+  const std::string bytes(1000, '\xE9');
+  EXPECT_EQ(qx::string_utf8_to_ascii(qx::string_ascii_to_utf8(bytes, western), western), bytes);
+  EXPECT_EQ(qx::string_ascii_to_utf8("\xE9", western), "\xC3\xA9");
   EXPECT_EQ(qx::string_utf8_to_ascii("a\xE4\xB8\xADz", western), "a?z") << "one mark for one character";
-  EXPECT_EQ(qx::string_ascii_to_utf8("plain", ""), "plain");
 }
 
 TEST(Qx, FormatsTextsOfAnyLengthAndReadsNumbers) {
@@ -89,7 +86,6 @@ TEST(Qx, FormatsTextsOfAnyLengthAndReadsNumbers) {
     const std::string text(length, 'x');
     EXPECT_EQ(qx::format_astring("<%s>", text.c_str()), "<" + text + ">");
   }
-  EXPECT_EQ(qx::string_to_int(""), 0);
   EXPECT_EQ(qx::string_to_int(" -012x"), -12);
   EXPECT_EQ(qx::string_to_int("2147483648"), INT_MAX);
   EXPECT_EQ(qx::string_to_int("-99999999999999999999"), INT_MIN);
