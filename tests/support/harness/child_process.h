@@ -32,16 +32,13 @@ public:
 
   /// Writes to the child's standard input.
   void write(const std::string &text);
-  /// Ends the child's standard input.
-  void close_input();
-
   /// Waits for the next whole line of the child's standard output; empty at its end or after the time.
   std::string read_line(int milliseconds = 20000);
 
   /// Ends the child at once, as `kill -9` does.
   void kill();
 
-  /// Closes the child's input, reads all that it still writes, and waits. After `milliseconds` it is killed.
+  /// Closes the child's input and waits; what read_line() has handed out is not in the result. After `milliseconds` it is killed.
   child_result wait(int milliseconds = 60000);
 
 private:
