@@ -1,18 +1,14 @@
-// Writes numbered lines to a log for ever, and tells each number on standard output once its call has returned.
+// Writes numbered lines to a log for ever, and tells each on standard output once its call has returned.
 #include "zarlib/trace/file_trace.h"
 
 #include <cstdio>
-#include <cstdlib>
 
-int main(int argc, char **argv) {
-  if (argc != 4) return 2;
+int main(int, char **argv) {
   chFileTrace trace;
-  trace.OpenFileTrace(argv[1], std::atoi(argv[2]), std::atoi(argv[3]));
-  char line[64];
-  for (int i = 0;; ++i) {
-    std::snprintf(line, sizeof line, "line %08d and what it has to say", i);
+  trace.OpenFileTrace(argv[1], 1, 3);
+  for (int i = 1000000; std::fflush(stdout) == 0; ++i) {
+    const std::string line = "line " + std::to_string(i) + " and what it has to say";
     trace.WriteLogLine(line);
-    std::printf("%d\n", i);
-    if (std::fflush(stdout) != 0) return 0;
+    std::puts(line.c_str());
   }
 }
