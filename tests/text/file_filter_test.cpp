@@ -22,24 +22,18 @@ TEST(FileFilter, ReadsItsFieldsAndKeepsWhatStoodAheadOfOneThatThrows) {
   EXPECT_TRUE(filter.IsDenyFileName("debug.log") && !filter.IsDenyFileName("a.log"));
   EXPECT_TRUE(chFileFilter("-a").IsAcceptFileName("b") && chFileFilter("").IsAcceptFileName(""));
   EXPECT_THROW(filter.SetFilter("new;-not;bad\\;later"), std::regex_error);
-  const chFileFilter copy = filter;
   const chFileFilter moved = std::move(filter);
-  for (const chFileFilter *each :
-       {&copy, &moved, const_cast<const chFileFilter *>(&filter)}) { // moved from, it keeps all
-    EXPECT_TRUE(each->IsAcceptFileName("new") && each->IsDenyFileName("not"));
-    EXPECT_FALSE(each->IsAcceptFileName("y") || each->IsAcceptFileName("later"));
-  }
-  EXPECT_TRUE(filter.SetFilter("*") && !copy.IsAcceptFileName("old"));
+  EXPECT_TRUE(filter.IsAcceptFileName("new") && filter.IsDenyFileName("not") && filter.SetFilter("*")); // its own still
+  EXPECT_FALSE(moved.IsAcceptFileName("y") || moved.IsAcceptFileName("later") || !moved.IsAcceptFileName("new"));
 }
 
 /// The pattern language as it is told: each character by its text in a regular expression.
 static std::string as_expression(const std::string &pattern) {
   std::string text;
-  for (const char c : pattern)
-    text += c == '*'                                      ? ".*"s
-            : c == '?'                                    ? "."s
-            : "$()+-.[]^{}"s.find(c) != std::string::npos ? "\\"s + c
-                                                          : std::string(1, c);
+  for (const char c : pattern) {
+    const bool escaped = "$()+-.[]^{}"s.find(c) != std::string::npos;
+    text += c == '*' ? ".*"s : c == '?' ? "."s : (escaped ? "\\"s : ""s) + c;
+  }
   return text;
 }
 
