@@ -86,5 +86,10 @@ int chVsprintf(char *buffer, int size, const char *format, va_list args) {
 }
 
 int chVsprintf(wchar_t *buffer, int size, const wchar_t *format, va_list args) {
-  return std::max(std::vswprintf(buffer, static_cast<size_t>(std::max(size, 0)), format, args), -1);
+  if (size <= 0) return -1;
+  const int length = std::vswprintf(buffer, static_cast<size_t>(size), format, args);
+  // Run-time libraries differ in what they answer, and leave, when the text does not fit.
+  if (length >= 0 && length < size) return length;
+  buffer[size - 1] = 0;
+  return -1;
 }

@@ -37,5 +37,6 @@ ZAR_API void zarOutputWarningString(const char *format, ...) ZAR_PRINTF(1, 2);
 /// @return The length that the whole text needs, without its end; -1 on failure.
 ZAR_API int chVsprintf(char *buffer, int size, const char *format, va_list args);
 
-/// The wide form. @return The length written; -1 on failure, and also when the text does not fit.
+/// The wide form. @return The length written; -1 on failure, and also when the text does not fit: then the buffer holds what
+/// fitted, terminated.
 ZAR_API int chVsprintf(wchar_t *buffer, int size, const wchar_t *format, va_list args);

@@ -3,6 +3,7 @@
 #include "zarlib/companion/qxstl.h"
 #include "zarlib/text/environment.h"
 #include "zarlib/text/file_system.h"
+#include "zarlib/trace/line_text.h"
 
 #include <algorithm>
 #include <limits>
@@ -65,10 +66,22 @@ int chFileTrace::OpenFileTrace(const std::string &name, int sizeKB, int count) {
 }
 
 int chFileTrace::WriteLogLine(const std::string &line) {
-  if (!m_file.data().IsFileOpened() && OpenCurrentFile()) MeasureCurrentFile();
-  RotateIfFull();
+  PrepareForLine();
   WriteRecord({}, line);
   return Flush();
+}
+
+void chFileTrace::WriteThrough(zar::line_text &line) {
+  PrepareForLine();
+  if (!m_file->IsFileOpened()) return;
+  CountLine(line.size());
+  line.append("\r\n");
+  m_file->WriteThrough(line.view());
+}
+
+void chFileTrace::PrepareForLine() {
+  if (!m_file.data().IsFileOpened() && OpenCurrentFile()) MeasureCurrentFile();
+  RotateIfFull();
 }
 
 int chFileTrace::WriteLogLine(const char *prefix, const std::string &line) {
@@ -120,6 +133,8 @@ void chFileTrace::RotateIfFull() {
 void chFileTrace::WriteRecord(std::string_view prefix, std::string_view line) {
   if (!m_file->IsFileOpened()) return;
   m_file->WriteRecord({prefix, line, "\r\n"});
-  // Settled, callers rely on it: the two bytes of the line end do not count, and a failed write does.
-  m_nCurrentSize = size(m_nCurrentSize + static_cast<long long>(prefix.size() + line.size()));
+  CountLine(prefix.size() + line.size());
 }
+
+// Settled, callers rely on it: the two bytes of the line end do not count, and a failed write does.
+void chFileTrace::CountLine(size_t bytes) { m_nCurrentSize = size(m_nCurrentSize + static_cast<long long>(bytes)); }

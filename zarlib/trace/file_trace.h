@@ -9,6 +9,12 @@
 #include <string>
 #include <string_view>
 
+namespace zar {
+
+class line_text;
+
+} // namespace zar
+
 /// A log file with rotation.
 ///
 /// The files of a base name are base-0.log, base-1.log and so on, a higher number being newer. Lines go to the current file; when it
@@ -70,7 +76,12 @@ public:
   int Flush();
 
 private:
+  friend class uCTraceHelper;
+
   std::string GetFileName(int index) const;
+  void WriteThrough(zar::line_text &line);
+  void PrepareForLine();
+  void CountLine(size_t bytes);
   bool OpenCurrentFile();
   void MeasureCurrentFile();
   void RotateIfFull();

@@ -5,7 +5,7 @@
 #include "zarlib/frame/process_identity.h"
 #include "zarlib/time/ticks.h"
 #include "zarlib/trace/console.h"
-#include "zarlib/trace/line_prefix.h"
+#include "zarlib/trace/line_text.h"
 #include "zarlib/trace/option_text.h"
 #include "zarlib/trace/tracer_manager.h"
 
@@ -17,27 +17,18 @@ constexpr int debug_level = 7;
 constexpr int trace_level = 9;
 
 bool is_written(int level) {
-  if (zarTraceLevelTest::fails(level)) return false;
-  return level <= uCTraceHelper::getInstance().GetOutputLevel();
-}
-
-void write_formatted(const char *module, const char *format, va_list args) {
-  uCTraceHelper &tracer = uCTraceHelper::getInstance();
-  if (tracer.GetOutputMethod() == zar::output_none) return;
-  std::string line;
-  zar::append_line_prefix(line, module, zar::usual_text);
-  zar::append_formatted(line, format, args);
-  tracer.TraceConstString(line);
+  return !zarTraceLevelTest::fails(level) && level <= uCTraceHelper::getInstance().GetOutputLevel();
 }
 
 /// A message of a letter, "[W:]" or "[E:]". No blank stands between the parenthesis and the text: settled, callers rely on it.
 std::string message_line(char letter, const char *file, int line, const char *format, va_list args) {
   const chTick now = chTimer::GetTickFromBoot();
-  std::string text = qx::format_astring(
+  zar::line_text text;
+  text.append(qx::format_astring(
       "[%c:] %s(%d): %u.%.6d (%d:%d)", letter, file, line, static_cast<unsigned>(now.seconds), now.microseconds,
-      static_cast<int>(zarGetCurrentProcessId()), static_cast<int>(zarGetCurrentThreadId()));
+      static_cast<int>(zarGetCurrentProcessId()), static_cast<int>(zarGetCurrentThreadId())));
   zar::append_formatted(text, format, args);
-  return text;
+  return std::string(text.view());
 }
 
 /// The console has shown the message already.
@@ -52,7 +43,7 @@ void zarTrace(int level, const char *format, ...) {
   if (!is_written(level)) return;
   va_list args;
   va_start(args, format);
-  write_formatted(nullptr, format, args);
+  zar::trace_formatted(nullptr, format, args);
   va_end(args);
 }
 
@@ -62,7 +53,7 @@ void zarModuleTrace(int level, const char *module, const char *format, ...) {
   if (!is_written(level)) return;
   va_list args;
   va_start(args, format);
-  write_formatted(module, format, args);
+  zar::trace_formatted(module, format, args);
   va_end(args);
 }
 
@@ -74,7 +65,7 @@ void tracePrintf(const char *format, ...) {
   if (!is_written(debug_level)) return;
   va_list args;
   va_start(args, format);
-  write_formatted(nullptr, format, args);
+  zar::trace_formatted(nullptr, format, args);
   va_end(args);
 }
 

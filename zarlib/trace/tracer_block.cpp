@@ -58,7 +58,7 @@ TraceOutputOption *chSystemTracerManager::renew_process_option(unsigned long pro
   return &record->option;
 }
 
-bool chSystemTracerManager::store_line(const std::string &text) {
+bool chSystemTracerManager::store_line(std::string_view text) {
   // No request of the pool's own size is ever met, so a longer one need not be counted.
   const auto bytes = static_cast<int>(std::min(text.size() + sizeof(line_record), size_t{pool_size}));
   if (!make_room(bytes)) return false;

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 /// What all users of the tracer share: the system's option, an option of each process, and the line store.
 ///
@@ -46,7 +47,7 @@ public:
 
   /// Appends a line to the store. @return Whether it was stored; not when it is larger than the whole pool, and then every line
   /// before it has moved to the spill text.
-  bool store_line(const std::string &text);
+  bool store_line(std::string_view text);
 
   /// Hands out the spill text, each line ended by a line feed, and empties it.
   /// @param bytes  Receives the length of the lines without their ends.

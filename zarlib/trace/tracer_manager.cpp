@@ -8,7 +8,7 @@
 #include "zarlib/trace/console.h"
 #include "zarlib/trace/file_trace.h"
 #include "zarlib/trace/level_test.h"
-#include "zarlib/trace/line_prefix.h"
+#include "zarlib/trace/line_text.h"
 #include "zarlib/trace/nesting_depths.h"
 #include "zarlib/trace/option_text.h"
 
@@ -140,48 +140,69 @@ int uCTraceHelper::redirect(int method) {
 
 void uCTraceHelper::TraceOutString(const char *module, const std::string &text) {
   if (GetOutputMethod() == zar::output_none) return;
-  std::string line;
-  zar::append_line_prefix(line, module, text.size());
-  deliver(line += text);
+  zar::line_text line;
+  zar::append_line_prefix(line, module);
+  line.append(text);
+  deliver(line);
 }
 
 void uCTraceHelper::TraceConstString(const std::string &text) {
-  if (GetOutputMethod() != zar::output_none) deliver(text);
+  if (GetOutputMethod() == zar::output_none) return;
+  zar::line_text line;
+  line.append(text);
+  deliver(line);
 }
 
-void uCTraceHelper::deliver(const std::string &text) {
+void zar::trace_formatted(const char *module, const char *format, va_list args) {
+  uCTraceHelper &tracer = uCTraceHelper::getInstance();
+  if (tracer.GetOutputMethod() == output_none) return;
+  line_text line;
+  append_line_prefix(line, module);
+  append_formatted(line, format, args);
+  tracer.deliver(line);
+}
+
+void uCTraceHelper::deliver(zar::line_text &line) {
   zar::platform::arm_thread();
   switch (output.load(std::memory_order_relaxed)) {
   case zar::output_console:
-    return TraceToConsole(text);
+    return TraceToConsole(std::string(line.view()));
   case zar::output_file:
-    return TraceToFileTrace(text);
+    return write_to_file(line);
   case zar::output_store:
-    return TraceToShareMemory(text);
+    return write_to_store(line.view());
   }
 }
 
 void uCTraceHelper::TraceToConsole(const std::string &text) { consoleWriteString(false, text); }
 
 void uCTraceHelper::TraceToFileTrace(const std::string &text) {
+  zar::line_text line;
+  line.append(text);
+  write_to_file(line);
+}
+
+void uCTraceHelper::TraceToShareMemory(const std::string &text) { write_to_store(text); }
+
+void uCTraceHelper::write_to_file(zar::line_text &line) {
   std::unique_lock hold(outputs);
   if (is_open) {
-    m_pFileTrace->WriteLogLine(text);
+    m_pFileTrace->WriteThrough(line);
     return;
   }
   hold.unlock();
-  TraceToConsole(text);
+  TraceToConsole(std::string(line.view()));
 }
 
-void uCTraceHelper::TraceToShareMemory(const std::string &text) {
+void uCTraceHelper::write_to_store(std::string_view line) {
   std::unique_lock hold(outputs);
   if (is_open) {
     const frame_lock hold_frame(m_mutex);
-    m_object->store_line(text);
+    m_object->store_line(line);
     return;
   }
   hold.unlock();
-  TraceToConsole(text);
+  TraceToConsole(std::string(line));
 }
 
 int uCTraceHelper::ReadShareMemoryString(std::string &text) {
@@ -191,9 +212,9 @@ int uCTraceHelper::ReadShareMemoryString(std::string &text) {
   int bytes = 0;
   std::string spilled;
   if (!m_object->take_spilled(spilled, bytes)) return m_object->take_line(text);
-  text.clear();
-  zar::append_line_prefix(text, "M:TraceHelper", spilled.size());
-  text += "Write " + std::to_string(bytes) + " bytes first.\n" + spilled;
+  zar::line_text marker;
+  zar::append_line_prefix(marker, "M:TraceHelper");
+  text.assign(marker.view()) += "Write " + std::to_string(bytes) + " bytes first.\n" + spilled;
   return 1;
 }
 

@@ -18,10 +18,21 @@
 #include "zarlib/trace/output_option.h"
 #include "zarlib/trace/tracer_block.h"
 
+#include <cstdarg>
 #include <memory>
 #include <string>
+#include <string_view>
 
 class chFileTrace;
+
+namespace zar {
+
+class line_text;
+
+/// Formats and writes a line with its prefix; what trace.h offers stands on this.
+void trace_formatted(const char *module, const char *format, va_list args);
+
+} // namespace zar
 
 /// The one tracer of a process. Any thread may call any operation, unless told otherwise.
 ///
@@ -78,13 +89,17 @@ public:
   int pop_trace_level();
 
 private:
+  friend void zar::trace_formatted(const char *module, const char *format, va_list args);
+
   uCTraceHelper();
   ~uCTraceHelper();
 
   TraceOutputOption &GetProcessTraceOption();
   TraceOutputOption &read_process_option();
   int redirect(int method);
-  void deliver(const std::string &text);
+  void deliver(zar::line_text &line);
+  void write_to_file(zar::line_text &line);
+  void write_to_store(std::string_view line);
 
   std::unique_ptr<chFileTrace> m_pFileTrace;
 };
