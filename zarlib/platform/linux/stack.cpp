@@ -22,21 +22,16 @@ struct collector {
   word from_sp;
 };
 
-/// The counter of a frame, moved from the return address into the call before it.
-word address_of(_Unwind_Context *context) {
-  int exact = 0;
-  const word address = _Unwind_GetIPInfo(context, &exact);
-  return exact ? address : address - 1;
-}
-
+/// Stores one frame. This is the inner loop of a capture: one call into the unwinder and no more.
 _Unwind_Reason_Code visit(_Unwind_Context *context, void *argument) {
   auto &to = *static_cast<collector *>(argument);
-  if (to.count == to.capacity) return _URC_END_OF_STACK;
+  int exact = 0;
+  const word address = _Unwind_GetIPInfo(context, &exact);
   // The oldest frame of a thread has no return address.
-  if (_Unwind_GetIP(context) == 0) return _URC_END_OF_STACK;
-  if (to.count >= 0) to.frames[to.count] = address_of(context);
-  ++to.count;
-  return _URC_NO_REASON;
+  if (address == 0) return _URC_END_OF_STACK;
+  // Moved from the return address into the call before it.
+  if (to.count >= 0) to.frames[to.count] = address - (exact ? 0 : 1);
+  return ++to.count == to.capacity ? _URC_END_OF_STACK : _URC_NO_REASON;
 }
 
 _Unwind_Reason_Code visit_from_fault(_Unwind_Context *context, void *argument) {

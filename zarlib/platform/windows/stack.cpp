@@ -21,13 +21,22 @@ bool is_in_module(DWORD address) {
   return SymGetModuleBase64(GetCurrentProcess(), address) != 0;
 }
 
-/// The walk changes the context, so it gets a copy. Its bound is what ends a walk that repeats a frame for ever.
+/// Where the walk stands; a step that leaves it there is the last.
+bool stands_at(const STACKFRAME64 &frame, const STACKFRAME64 &before) {
+  return frame.AddrPC.Offset == before.AddrPC.Offset && frame.AddrStack.Offset == before.AddrStack.Offset &&
+         frame.AddrFrame.Offset == before.AddrFrame.Offset;
+}
+
+/// The walk changes the context, so it gets a copy.
 int walk(CONTEXT context, unsigned long long *frames, int capacity) {
   const debug_help_hold hold;
   STACKFRAME64 frame = first_frame(context);
   int count = 0;
-  while (count < capacity && StackWalk64(g_machine, GetCurrentProcess(), GetCurrentThread(), &frame, &context, nullptr,
-                                         SymFunctionTableAccess64, SymGetModuleBase64, nullptr)) {
+  for (STACKFRAME64 before = {}; count < capacity; before = frame) {
+    if (!StackWalk64(g_machine, GetCurrentProcess(), GetCurrentThread(), &frame, &context, nullptr,
+                     SymFunctionTableAccess64, SymGetModuleBase64, nullptr) ||
+        stands_at(frame, before))
+      break;
     // A return address belongs to the call before it.
     frames[count] = frame.AddrPC.Offset - (count > 0 ? 1 : 0);
     ++count;
