@@ -1,4 +1,5 @@
-// Finding files in a tree of 20,000, and matching names, beside the system's walkers and the standard library's matcher.
+// Finding files in a tree of 20,000, and matching names, beside the system's walkers and the standard library's
+// matcher.
 #include "zarlib/text/file_filter.h"
 
 #include <benchmark/benchmark.h>

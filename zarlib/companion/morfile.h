@@ -10,9 +10,10 @@
 
 /// A file that is written: log files and dumps.
 ///
-/// Bytes gather in a buffer of 64 KiB until Flush(), Close(), the destructor, or a record that finds no more room. A record is what one
-/// call of WriteString(), Write() or WriteRecord() hands over; it is never torn between two writes to the system, so
-/// that after Flush() the file survives the death of the process at any instant with whole records only.
+/// Bytes gather in a buffer of 64 KiB until Flush(), Close(), the destructor, or a record that finds no more room. A
+/// record is what one call of WriteString(), Write() or WriteRecord() hands over; it is never torn between two writes
+/// to the system, so that after Flush() the file survives the death of the process at any instant with whole records
+/// only.
 ///
 /// A write that the system refuses loses the bytes of that write and nothing else: they are not tried again later, and
 /// what had arrived of them is taken back where the file is a regular one. Later writes go on as if nothing had been.
@@ -62,8 +63,8 @@ public:
   /// Hands the buffered bytes to the system, in one write. They are not forced to the disk.
   bool Flush();
 
-  /// @return The position in bytes, buffered ones counted; in mode_append a file is opened at its end. 2147483647 when it is
-  ///         beyond; -1 when nothing is open or the file has no position.
+  /// @return The position in bytes, buffered ones counted; in mode_append a file is opened at its end. 2147483647 when
+  ///         it is beyond; -1 when nothing is open or the file has no position.
   int GetPosition() const;
 
 private:
@@ -75,6 +76,7 @@ private:
 ZAR_API std::string zarDumpTextFileA(const std::string &path);
 
 /// Creates or replaces a file with `size` bytes and returns when they are on the disk.
-/// @return False when the file cannot be opened, or the bytes not be written or forced out. The file is never removed: what
-///         could be written stays. A negative size, or bytes that are null, are refused before the file is touched.
+/// @return False when the file cannot be opened, or the bytes not be written or forced out. The file is never removed:
+///         what could be written stays. A negative size, or bytes that are null, are refused before the file is
+///         touched.
 ZAR_API bool zarWriteBinFile(const std::string &path, const void *data, int size);

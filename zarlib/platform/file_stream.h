@@ -15,8 +15,9 @@ enum class opening {
 /// A binary stream that children do not inherit, or null. Its own buffer stays unused: bytes go through write_all().
 std::FILE *open_for_writing(const std::string &path, opening how);
 
-/// Hands all bytes to the system past the stream's buffer, in one call wherever the system takes them so. When it refuses halfway,
-/// what had arrived is taken back, provided that the file is a regular one and nothing stands behind it.
+/// Hands all bytes to the system past the stream's buffer, in one call wherever the system takes them so. When it
+/// refuses halfway, what had arrived is taken back, provided that the file is a regular one and nothing stands behind
+/// it.
 bool write_all(std::FILE *stream, const void *data, size_t size);
 
 /// The position of write_all() in bytes; -1 where there is none.

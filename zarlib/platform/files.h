@@ -7,8 +7,8 @@ namespace zar::platform {
 
 /// What a path leads to.
 struct file_facts {
-  /// One type and the nine bits of the rights. Bit 0x4000 stands for a directory and nothing else: 0x8000 is a regular file, 0x2000
-  /// a device, 0x1000 a pipe or socket.
+  /// One type and the nine bits of the rights. Bit 0x4000 stands for a directory and nothing else: 0x8000 is a regular
+  /// file, 0x2000 a device, 0x1000 a pipe or socket.
   unsigned mode = 0;
   long long size = 0;
 };
@@ -22,7 +22,8 @@ bool is_link(const std::string &path);
 /// Whether both lead to one and the same file or directory.
 bool is_same_file(const std::string &a, const std::string &b);
 
-/// Copies a regular file with its rights over whatever stands at `to`. An unfinished copy is removed; a file is never copied onto itself.
+/// Copies a regular file with its rights over whatever stands at `to`. An unfinished copy is removed; a file is never
+/// copied onto itself.
 bool copy_file(const std::string &from, const std::string &to);
 /// Removes a file, or a link to one.
 bool remove_file(const std::string &path);

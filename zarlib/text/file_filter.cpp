@@ -23,8 +23,9 @@ struct wildcard {
 // The wildcards stand for the dot of regular expressions, which takes no line ends.
 bool is_line_end(char c) { return c == '\n' || c == '\r'; }
 
-/// The shortest run for each * in turn decides: a longer one for an earlier * could only reach what a later * reaches too. That holds
-/// beside line ends as well, since the n-th line end of the name has to meet the n-th of the pattern on any road.
+/// The shortest run for each * in turn decides: a longer one for an earlier * could only reach what a later * reaches
+/// too. That holds beside line ends as well, since the n-th line end of the name has to meet the n-th of the pattern on
+/// any road.
 bool matches(const wildcard &card, std::string_view name) {
   const std::string_view pattern = card.pattern;
   size_t at = 0, reached = 0;
@@ -186,8 +187,8 @@ private:
   std::list<std::string> m_found;
 };
 
-/// Each of the sorted `found` goes ahead of the first entry that is greater. One pass does it, also where `files` was not
-/// sorted: the first greater entry of a greater path never stands further ahead.
+/// Each of the sorted `found` goes ahead of the first entry that is greater. One pass does it, also where `files` was
+/// not sorted: the first greater entry of a greater path never stands further ahead.
 void insert_all(std::list<std::string> &files, std::list<std::string> found) {
   for (auto place = files.begin(); !found.empty() && place != files.end();) {
     if (found.front() < *place)

@@ -74,8 +74,8 @@ int pathCreateDirectory(const std::string &path) {
   std::vector<std::string> missing;
   for (std::string level = path; !is_root(level) && !pathDirectoryExist(level);) {
     std::string parent = pathRemoveLastPart(level);
-    // Settled, callers rely on it: a part directly below the root has no parent to stand on. And a lone relative part is
-    // its own parent, so that there is no way up from it.
+    // Settled, callers rely on it: a part directly below the root has no parent to stand on. And a lone relative part
+    // is its own parent, so that there is no way up from it.
     if (parent.empty() || parent.size() >= level.size()) return 0;
     missing.push_back(std::move(level));
     level = std::move(parent);
@@ -89,7 +89,8 @@ int pathRemoveEmptyDirectory(const std::string &path) { return platform::remove_
 
 int pathRemoveDirectory(const std::string &path) {
   if (is_link_or_its_inside(path) || !pathDirectoryExist(path)) return 0;
-  // All names first: a directory is not changed under its reader, and a deep tree holds no more than one open at a time.
+  // All names first: a directory is not changed under its reader, and a deep tree holds no more than one open at a
+  // time.
   const std::string inside = path.back() == '/' ? path : path + '/';
   bool all = true;
   for (const std::string &name : names_in(inside)) all = remove_entry(inside + name) && all;

@@ -1,8 +1,8 @@
 // File-system verbs and a reader of directories.
 //
-// Paths are UTF-8 with slashes; on Linux their bytes pass to the system as they are, on Windows as UTF-16. Nothing here throws,
-// traces or locks: a call answers 1 or 0, or a size or -1, and what was done before a failure stays done. Links are followed
-// unless a call says otherwise.
+// Paths are UTF-8 with slashes; on Linux their bytes pass to the system as they are, on Windows as UTF-16. Nothing here
+// throws, traces or locks: a call answers 1 or 0, or a size or -1, and what was done before a failure stays done. Links
+// are followed unless a call says otherwise.
 #pragma once
 
 #include "zarlib/export.h"
@@ -17,9 +17,9 @@ class directory_reader;
 /// @return Non-zero when the path leads to a file, a directory or anything else.
 ZAR_API int pathFileExist(const std::string &path);
 
-/// @return Type and rights of what the path leads to, or 0 when there is nothing. The bit 0x4000 stands for a directory and for nothing
-///         else on both targets; 0x8000 is a regular file, 0x2000 a device, 0x1000 a pipe or a socket; the low nine bits
-///         are the rights of owner, group and others.
+/// @return Type and rights of what the path leads to, or 0 when there is nothing. The bit 0x4000 stands for a directory
+///         and for nothing else on both targets; 0x8000 is a regular file, 0x2000 a device, 0x1000 a pipe or a socket;
+///         the low nine bits are the rights of owner, group and others.
 ZAR_API unsigned int pathStat(const std::string &path);
 
 /// @return Whether the path leads to a directory.
@@ -32,7 +32,8 @@ ZAR_API int pathFileSize(const std::string &path);
 ZAR_API long long pathFileSizei64(const std::string &path);
 
 /// Copies a file with its rights over whatever file stands at `to`.
-/// @return 1 when copied, and also for two identical strings, when nothing is touched. Else 0; the unfinished copy is removed.
+/// @return 1 when copied, and also for two identical strings, when nothing is touched. Else 0; the unfinished copy is
+///         removed.
 ZAR_API int pathCopyFile(const std::string &from, const std::string &to);
 
 /// Removes a file; a link goes, and what it leads to stays.
@@ -49,16 +50,16 @@ ZAR_API int pathRenameFileEx(const std::string &from, const std::string &to);
 
 /// Creates a directory and all that are missing above it.
 ///
-/// The way up goes by pathRemoveLastPart(), so the path must hang below a directory that it names: one missing part alone, relative
-/// ("a", "a/") or directly below the root ("/a"), is refused, and so is a path of 32768 bytes and more.
+/// The way up goes by pathRemoveLastPart(), so the path must hang below a directory that it names: one missing part
+/// alone, relative ("a", "a/") or directly below the root ("/a"), is refused, and so is a path of 32768 bytes and more.
 /// @return 1 when the directory stands at the end. A lone separator and a drive ("C:") give 1 without a look.
 ZAR_API int pathCreateDirectory(const std::string &path);
 
 /// @return 1 when an empty directory was removed.
 ZAR_API int pathRemoveEmptyDirectory(const std::string &path);
 
-/// Removes a directory with all that is in it, depth first, and goes on over what cannot be removed. A link inside goes, and
-/// what it leads to stays.
+/// Removes a directory with all that is in it, depth first, and goes on over what cannot be removed. A link inside
+/// goes, and what it leads to stays.
 /// @return 1 when all is gone; 0 also for an empty path, a link, and what is no directory.
 ZAR_API int pathRemoveDirectory(const std::string &path);
 
@@ -69,8 +70,8 @@ ZAR_API int pathRemoveDirectory(const std::string &path);
 /// | closed | other path  | opens the path, then as open       | nothing   |
 /// | open   | other path, used after ClosePath | next name, or 0 at the end | closed |
 ///
-/// A walker belongs to one thread at a time. Copies made of an open walker share its one search: each name comes to one of
-/// them, and the first ClosePath() or destructor ends the search for all.
+/// A walker belongs to one thread at a time. Copies made of an open walker share its one search: each name comes to one
+/// of them, and the first ClosePath() or destructor ends the search for all.
 class ZAR_API chPathWalker {
 public:
   /// Calls OpenPath() unless `path` is empty.
@@ -83,8 +84,8 @@ public:
   /// @return 1, also when there is no such directory.
   int OpenPath(const std::string &path);
 
-  /// @param name  Receives the next name, without the directory, in the order of the system. Hidden entries come too, "." and
-  ///              ".." do not. Left as it is at the end.
+  /// @param name  Receives the next name, without the directory, in the order of the system. Hidden entries come too,
+  ///              "." and ".." do not. Left as it is at the end.
   /// @return 1, or 0 at the end; a directory that cannot be opened has no names, and the next call tries it again.
   int ReadFileName(std::string &name);
 

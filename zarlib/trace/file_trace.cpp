@@ -91,7 +91,8 @@ int chFileTrace::WriteLogLine(const char *prefix, const std::string &line) {
 
 int chFileTrace::WriteLogLineRaw(const char *prefix, const std::string &line) {
   if (!m_file.data().IsFileOpened()) {
-    // Settled, callers rely on it: here, unlike in WriteLogLine(), the size counts of a file that could not be opened too.
+    // Settled, callers rely on it: here, unlike in WriteLogLine(), the size counts of a file that could not be opened
+    // too.
     OpenCurrentFile();
     MeasureCurrentFile();
   }

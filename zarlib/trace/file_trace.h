@@ -17,19 +17,19 @@ class line_text;
 
 /// A log file with rotation.
 ///
-/// The files of a base name are base-0.log, base-1.log and so on, a higher number being newer. Lines go to the current file; when it
-/// has reached its limit the next number is taken, and when all numbers are taken the oldest file goes and the others
-/// move down by one. With a limit of three files:
+/// The files of a base name are base-0.log, base-1.log and so on, a higher number being newer. Lines go to the current
+/// file; when it has reached its limit the next number is taken, and when all numbers are taken the oldest file goes
+/// and the others move down by one. With a limit of three files:
 ///
 ///     base-2.log full:  base-0.log is removed, base-1.log becomes base-0.log, base-2.log becomes base-1.log,
 ///                       and a new base-2.log takes the line
 ///
-/// Each line ends in carriage return and line feed on every target. It is written whole, so a file ends over its limit by up to
-/// one line; and line ends are not counted, so the real size runs ahead by two bytes a line.
+/// Each line ends in carriage return and line feed on every target. It is written whole, so a file ends over its limit
+/// by up to one line; and line ends are not counted, so the real size runs ahead by two bytes a line.
 ///
-/// A line whose WriteLogLine() has returned is with the system, by one write: it survives the death of the process at any
-/// instant, not the failure of the machine. A line that cannot be written is lost, that line alone and without a report;
-/// the next one tries again, so logging resumes by itself.
+/// A line whose WriteLogLine() has returned is with the system, by one write: it survives the death of the process at
+/// any instant, not the failure of the machine. A line that cannot be written is lost, that line alone and without a
+/// report; the next one tries again, so logging resumes by itself.
 ///
 /// | State  | OpenFileTrace       | WriteLogLine...                      | Flush     | last handle destroyed |
 /// |--------|---------------------|--------------------------------------|-----------|-----------------------|
@@ -39,24 +39,25 @@ class line_text;
 /// The class has no lock: an object, and all its copies, which share the one open file, belong to one thread at a time.
 class ZAR_API chFileTrace : public baseDymicAlloc {
 public:
-  /// 400 KiB, 5 files, and a base name below the document path, which carries the executable's whole path behind "/log/": callers
-  /// give one of their own by OpenFileTrace(). Until then nobody looks for files of an earlier run, and the
-  /// first line goes to number 0.
+  /// 400 KiB, 5 files, and a base name below the document path, which carries the executable's whole path behind
+  /// "/log/": callers give one of their own by OpenFileTrace(). Until then nobody looks for files of an earlier run,
+  /// and the first line goes to number 0.
   chFileTrace();
 
-  /// Share the file from its first line on, and take name and numbers; each counts on for itself. The forms that move empty the
-  /// source's name and leave the source its share.
+  /// Share the file from its first line on, and take name and numbers; each counts on for itself. The forms that move
+  /// empty the source's name and leave the source its share.
   chFileTrace(const chFileTrace &) = default;
   chFileTrace(chFileTrace &&other) noexcept;
   chFileTrace &operator=(const chFileTrace &) = default;
   chFileTrace &operator=(chFileTrace &&other) noexcept;
   ~chFileTrace() = default;
 
-  /// Closes the file and prepares to go on with the newest of the files that are there. The newest is the last before the first gap
-  /// in the numbers. Older ones than `count` allows are removed, and the rest move down to number 0. Costs one look for
-  /// each file.
+  /// Closes the file and prepares to go on with the newest of the files that are there. The newest is the last before
+  /// the first gap in the numbers. Older ones than `count` allows are removed, and the rest move down to number 0.
+  /// Costs one look for each file.
   /// @param name    The base name; empty keeps the one set before.
-  /// @param sizeKB  The limit of a file in KiB, up to 2147483647 bytes; 0 keeps the one set before. Below 0, every line rotates.
+  /// @param sizeKB  The limit of a file in KiB, up to 2147483647 bytes; 0 keeps the one set before. Below 0, every line
+  ///                rotates.
   /// @param count   The number of files; 0 keeps the one set before.
   /// REQUIRES: `count` not below 0.
   /// @return 1, whatever happened, as all operations here.

@@ -18,7 +18,8 @@ unsigned type_bits(mode_t mode) {
 }
 
 bool copy_bytes(int from, int to) {
-  // The kernel may share the blocks. Whatever it declines, and all it leaves, goes the plain way from the same positions.
+  // The kernel may share the blocks. Whatever it declines, and all it leaves, goes the plain way from the same
+  // positions.
   while (copy_file_range(from, nullptr, to, nullptr, 1 << 30, 0) > 0) {
   }
   std::vector<char> piece(128 * 1024);
