@@ -1,16 +1,10 @@
-#include "zarlib/frame/kernel_objects.h"
-#include "zarlib/frame/process_identity.h"
-#include "zarlib/time/ticks.h"
-
 #include "tests/support/harness/child_process.h"
 #include "tests/support/harness/files.h"
-#include "tests/support/kernel_ledger.h"
+#include "tests/support/kernel_objects_program.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
-#include <functional>
 #include <memory>
 #include <random>
 #include <thread>
@@ -26,220 +20,122 @@
 
 namespace {
 
-using harness::child_process;
+using child = std::unique_ptr<harness::child_process>;
+
+child start(const std::vector<std::string> &arguments) {
+  return std::make_unique<harness::child_process>("kernel_objects_program", arguments);
+}
 
 /// A name that no other process uses.
 std::string own_name(const std::string &part) { return "zt" + std::to_string(zarGetCurrentProcessId()) + part; }
 
-bool comes_true(const std::function<bool()> &condition) {
-  for (const chTimeout limit(30000); !condition();) {
-    if (limit.IsTimeout()) return false;
-    std::this_thread::yield();
-  }
-  return true;
-}
-
-/// What an open of that name finds: whether it was the creator, and the last of 100 bytes.
+/// What opening that name finds: how many of the three were made, and the last of 100 bytes.
 std::pair<int, char> look_at(const std::string &name) {
-  chMapFile map;
-  auto *const bytes = static_cast<char *>(map.OpenMapFile(name, 100));
-  const std::pair<int, char> result(map.IsCreateByMe(), bytes ? bytes[99] : '?');
-  map.CloseMapFile();
-  return result;
+  const objects all(name, 100);
+  return {all.created(), all.bytes[99]};
 }
-
-const std::pair<int, char> as_new(1, '\0');
-
-template <class Action>
-std::string warnings_of(Action action) {
-  testing::internal::CaptureStderr();
-  action();
-  return testing::internal::GetCapturedStderr();
-}
+const std::pair<int, char> as_new(3, '\0');
 
 } // namespace
 
 TEST(Event, LetsOneWaiterThroughPerSignal) {
   chEvent event, twin;
   EXPECT_EQ(event.SetEvent() + event.WaitEvent(-1), 0) << "closed";
-  ASSERT_EQ(event.OpenEventA("x\\y/" + own_name("e") + "//"), 1);
-  ASSERT_EQ(twin.OpenEventA(own_name("e")), 1);
-  EXPECT_EQ(event.IsCreateByMe(), 1);
-  EXPECT_EQ(twin.IsCreateByMe(), 0) << "only the last part of a name counts";
-  EXPECT_EQ(twin.WaitEvent(0), 0);
-  EXPECT_EQ(event.SetEvent() + event.SetEvent(), 2);
-  EXPECT_EQ(twin.WaitEvent(10), 1);
+  ASSERT_EQ(event.OpenEventA("x\\y/" + own_name("e") + "//") + twin.OpenEventA(own_name("e")), 2);
+  EXPECT_EQ(event.IsCreateByMe() * 10 + twin.IsCreateByMe(), 10) << "only the last part of a name counts";
+  EXPECT_EQ(event.SetEvent() + event.SetEvent() + twin.WaitEvent(-2), 3);
   EXPECT_EQ(event.WaitEvent(10), 0) << "two signals at rest are one, and taken";
   event.SetEvent();
   twin.ResetEvent();
   EXPECT_EQ(event.WaitEvent(0), 0);
-
-  std::atomic<int> through{0};
-  std::vector<std::thread> waiters;
-  for (int i = 0; i < 3; ++i) waiters.emplace_back([&, i] { through += event.WaitEvent(i % 2 ? -1 : -2); });
-  for (int i = 1; i <= 3; ++i) {
-    twin.SetEvent();
-    EXPECT_TRUE(comes_true([&] { return through == i; }));
-  }
-  for (auto &waiter : waiters) waiter.join();
-
   chEvent copy(event);
-  copy = event;
-  EXPECT_EQ(copy.SetEvent(), 0) << "a handle is never copied";
-  twin.CloseEvent();
-  event.DestroyEvent();
-  event.CloseEvent();
-  EXPECT_EQ(copy.OpenEventA(own_name("e")), 1);
-  EXPECT_EQ(copy.IsCreateByMe(), 1) << "gone with its last handle";
+  EXPECT_EQ((copy = event).SetEvent(), 0) << "a handle is never copied";
 }
 
-TEST(Mutex, ExcludesThreadsAndBelongsToOne) {
-  chMutex mutex, twin;
-  const std::string failed = "Lock Mutex fail for ";
-  EXPECT_NE(warnings_of([&] { EXPECT_EQ(mutex.Lock(0), 0); }).find(" ffffffff\n"), std::string::npos) << "closed";
-  ASSERT_EQ(mutex.OpenMutexA(own_name("m")), 1);
-  ASSERT_EQ(twin.OpenMutexA("a/" + own_name("m")), 1);
-  EXPECT_EQ(mutex.IsCreateByMe() * 10 + twin.IsCreateByMe(), 10);
-
-  EXPECT_EQ(mutex.Lock(-1) + twin.Lock(0), 2) << "its thread may take it again";
-  twin.Unlock();
+TEST(Mutex, BelongsToOneThread) {
+  objects all(own_name("m"), 8), twin("a/" + own_name("m"), 8);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(chMutex().Lock(0), 0) << "closed";
+  EXPECT_EQ(all.mutex.Lock(-1) + twin.mutex.Lock(0), 2) << "its thread may take it again";
+  twin.mutex.Unlock();
   std::thread([&] {
-    for (const int milliseconds : {0, 30}) {
-      const std::string warning = warnings_of([&] { EXPECT_EQ(twin.Lock(milliseconds), 0); });
-      EXPECT_NE(warning.find(failed), std::string::npos);
-      EXPECT_NE(warning.find(" 102\n"), std::string::npos) << warning;
-    }
-    EXPECT_EQ(mutex.IsLockedByThisThread() + twin.IsLockedByThisThread(), 0);
-    mutex.Unlock(); // a stranger's: forgotten by the object, kept by the system
-    EXPECT_EQ(twin.Lock(0), 0);
+    EXPECT_EQ(twin.mutex.Lock(0) + twin.mutex.Lock(30) + all.mutex.IsLockedByThisThread(), 0);
+    all.mutex.Unlock(); // a stranger's: forgotten by the object, kept by the system
+    EXPECT_EQ(twin.mutex.Lock(0) + twin.mutex.IsLockedByThisThread(), 0);
   }).join();
-  EXPECT_NE(warnings_of([&] { mutex.Unlock(); }).find("Try to unlock a NOLOCKED Mutex.\n"), std::string::npos);
-  EXPECT_EQ(mutex.Lock(0), 1);
-  mutex.Unlock(); // once of twice
-  EXPECT_EQ(twin.Lock(0), 1);
-  mutex.CloseMutex();
-  EXPECT_EQ(twin.IsLockedByThisThread(), 1);
-  twin.CloseMutex();
+  all.mutex.Unlock();
+  const std::string warnings = testing::internal::GetCapturedStderr();
+  for (const char *part : {"Lock Mutex fail for ", "] ffffffff\n", "] 102\n", "Try to unlock a NOLOCKED Mutex.\n"})
+    EXPECT_NE(warnings.find(part), std::string::npos) << warnings;
 }
 
 TEST(Mutex, ReportsADeadHolderOnce) {
-  chMutex mutex;
-  ASSERT_EQ(mutex.OpenMutexA(own_name("d")), 1);
+  objects all(own_name("d"), 100), other(own_name("o"), 8);
   const auto expect_abandoned = [&](const char *by) {
-    EXPECT_EQ(mutex.Lock(20000), 0) << by;
-    EXPECT_EQ(mutex.IsLockedByThisThread(), 1) << by;
-    mutex.Unlock();
-    EXPECT_EQ(mutex.Lock(20000), 1) << "only the first heir is told";
-    mutex.Unlock();
+    EXPECT_EQ(all.mutex.Lock(20000), 0) << by;
+    EXPECT_EQ(all.mutex.IsLockedByThisThread(), 1) << by;
+    all.mutex.Unlock();
+    EXPECT_EQ(all.mutex.Lock(20000), 1) << "only the first heir is told";
+    all.mutex.Unlock();
   };
-  std::thread([&] { mutex.Lock(-1); }).join();
-  expect_abandoned("a thread");
-  child_process child("kernel_objects_program", {"hold", own_name("d")});
-  EXPECT_EQ(child.read_line(), "2 created, locked 1");
-  child.kill();
+  EXPECT_EQ(start({"hold", own_name("d")})->read_line(), "0 created, locked 1"); // and is killed
   expect_abandoned("a process");
-
-  // Closed by its holder: others still find it held, and the holder's other locks work on.
-  chMutex other;
-  other.OpenMutexA(own_name("o"));
   std::thread([&] {
-    chMutex closed;
-    closed.OpenMutexA(own_name("c"));
-    closed.Lock(-1);
-    closed.CloseMutex();
-    EXPECT_EQ(closed.OpenMutexA(own_name("c")), 1);
-    EXPECT_EQ(closed.IsCreateByMe(), 1) << "a mutex without a handle is gone, held or not";
-    closed.CloseMutex();
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(other.Lock(-1), 1), other.Unlock();
-    chMutex(mutex).Lock(-1);
+    objects closed(own_name("c"), 8), mine(own_name("d"), 8);
+    closed.mutex.Lock(-1);
+    closed.close();
+    EXPECT_EQ(look_at(own_name("c")), as_new) << "gone with its last handle, though held";
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(other.mutex.Lock(-1), 1), other.mutex.Unlock(); // its other locks work on
+    mine.mutex.Lock(-1);
   }).join();
-  expect_abandoned("a thread that also closed one");
-  mutex.CloseMutex();
-  other.CloseMutex();
+  expect_abandoned("a thread that had closed it");
 }
 
 TEST(MapFile, IsOneZeroFilledBlockPerName) {
   const std::string name = own_name("f");
   chMapFile first, second;
-  EXPECT_EQ(first.OpenMapFile(name), nullptr) << "nothing to open";
-  for (const int size : {0, -5}) EXPECT_EQ(first.OpenMapFile(name, size), nullptr) << size;
+  for (const int size : {-1, 0, -5}) EXPECT_EQ(first.OpenMapFile(name, size), nullptr) << size;
   EXPECT_EQ(first.IsCreateByMe(), 0);
   auto *const bytes = static_cast<char *>(first.OpenMapFile("p/" + name, 70000));
-  ASSERT_NE(bytes, nullptr);
-  EXPECT_EQ(first.IsCreateByMe(), 1);
-  EXPECT_TRUE(std::all_of(bytes, bytes + 70000, [](char c) { return c == 0; }));
+  EXPECT_EQ(std::count(bytes, bytes + 70000, '\0'), 70000);
   bytes[69999] = 'z';
   for (const int size : {-1, 1, 1 << 20, -5}) {
-    auto *const again = static_cast<char *>(second.OpenMapFile(name, size));
-    ASSERT_NE(again, nullptr) << size;
-    EXPECT_EQ(again[69999], 'z') << "the whole block, whatever is asked for";
-    EXPECT_EQ(second.IsCreateByMe(), 0);
-    if (size != -5) second.CloseMapFile();
+    ASSERT_NE(second.OpenMapFile(name, size), nullptr) << size;
+    EXPECT_EQ(static_cast<char *>(second.getData())[69999], 'z') << "the whole block, whatever is asked for";
+    EXPECT_EQ(first.IsCreateByMe() * 10 + second.IsCreateByMe(), 10);
+    second.CloseMapFile();
   }
   first.DestroyMapFile();
   EXPECT_EQ(first.getData(), nullptr);
   EXPECT_EQ(first.IsCreateByMe(), 1) << "closing does not change it";
-  EXPECT_EQ(static_cast<char *>(second.getData())[69999], 'z');
-  second.CloseMapFile();
-  EXPECT_EQ(look_at(name), as_new);
 }
 
 TEST(KernelObjects, NamesOfAnyBytesAreKeptApart) {
-  std::vector<std::string> names = {"", "%", "%41", "A", "a", "~", ".", "..", "\xC3\xA4 \n\x7F", "name*?<>|:"};
+  std::vector<std::string> names = {"", "%", "%41", "A", "a", "~", "..", "\xC3\xA4 \n\x7F", "name*?<>|:"};
 #ifndef _WIN32 // a name ends at its first NUL there, and may not be long
-  for (const char *end : {"", "1", "2"})
-    names.push_back(std::string("nul\0", 4) + end), names.push_back(std::string(10000, 'l') + end);
+  for (const char *end : {"", "1"})
+    names.insert(names.end(), {std::string("n\0", 2) + end, std::string(10000, 'l') + end});
 #endif
-  std::vector<chMapFile> maps(names.size());
-  for (size_t i = 0; i < names.size(); ++i) {
-    const std::string name = names[i].empty() ? "" : own_name(names[i]);
-    ASSERT_NE(maps[i].OpenMapFile(name, 8), nullptr) << names[i];
-    EXPECT_EQ(maps[i].IsCreateByMe(), 1) << names[i];
+  std::vector<std::unique_ptr<objects>> open;
+  for (const std::string &name : names) {
+    open.push_back(std::make_unique<objects>(name.empty() ? "" : own_name(name), 8));
+    EXPECT_EQ(open.back()->created(), 3) << name;
   }
-  chMutex same_name_other_class;
-  EXPECT_EQ(same_name_other_class.OpenMutexA(own_name("A")), 1);
-  EXPECT_EQ(same_name_other_class.IsCreateByMe(), 1);
-  same_name_other_class.CloseMutex();
-  for (auto &map : maps) map.CloseMapFile();
-}
-
-TEST(KernelObjects, OutliveAKilledHolderAndGoWithTheLast) {
-  const std::string name = own_name("k");
-  auto first = std::make_unique<child_process>("kernel_objects_program", std::vector<std::string>{"hold", name});
-  EXPECT_EQ(first->read_line(), "3 created, locked 1");
-  chMapFile map;
-  ASSERT_NE(map.OpenMapFile(name), nullptr);
-  first.reset(); // killed
-  EXPECT_EQ(static_cast<char *>(map.getData())[99], 'h');
-  child_process second("kernel_objects_program", {"hold", name});
-  EXPECT_EQ(second.read_line(), "2 created, locked 1") << "event and mutex went with the first";
-  map.CloseMapFile();
-  second.kill();
-  second.wait();
-  EXPECT_EQ(look_at(name), as_new);
 }
 
 TEST(KernelObjects, ASignalReachesTheLivingWhenWaitersAreKilled) {
   const std::string name = own_name("w");
-  chEvent event;
-  chMapFile map;
-  event.OpenEventA(name);
-  kernel_ledger &ledger = *static_cast<kernel_ledger *>(map.OpenMapFile(name, sizeof(kernel_ledger)));
-  std::unique_ptr<child_process> waiters[2];
-  const auto start = [&](int i) {
-    waiters[i] = std::make_unique<child_process>("kernel_objects_program", std::vector<std::string>{"take", name});
-    EXPECT_EQ(waiters[i]->read_line(), "waiting");
-  };
-  start(0), start(1);
-  for (int round = 0; round < 20; ++round) {
-    event.SetEvent();
+  objects all(name, 100);
+  child waiters[2];
+  for (size_t round = 0; round < 20; ++round) {
+    for (child &waiter : waiters)
+      if (!waiter) (waiter = start({"hold", name}))->read_line();
+    all.event.SetEvent();
     waiters[round % 2].reset(); // it may take this signal with it, but no other
-    const int before = ledger.rounds;
-    event.SetEvent();
-    EXPECT_TRUE(comes_true([&] { return ledger.rounds != before; })) << round;
-    start(round % 2);
+    const int before = all.book().rounds;
+    all.event.SetEvent();
+    EXPECT_TRUE(comes_true([&] { return all.book().rounds != before; })) << round;
   }
-  map.CloseMapFile();
 }
 
 TEST(KernelObjects, SurviveKillsOfRandomHolders) {
@@ -249,135 +145,91 @@ TEST(KernelObjects, SurviveKillsOfRandomHolders) {
   constexpr int kills = 200;
 #endif
   const std::string name = own_name("s");
-  chMapFile book;
-  chMutex guard;
-  chEvent bell;
-  auto &ledger = *static_cast<kernel_ledger *>(book.OpenMapFile(name + "-ledger", sizeof(kernel_ledger)));
-  guard.OpenMutexA(name + "-guard");
-  bell.OpenEventA(name + "-bell");
-  std::unique_ptr<child_process> workers[kernel_ledger::workers];
-  const auto start = [&](int i) {
-    const std::vector<std::string> arguments = {"churn", name, std::to_string(i)};
-    workers[i] = std::make_unique<child_process>("kernel_objects_program", arguments);
-  };
-  for (int i = 0; i < kernel_ledger::workers; ++i) start(i);
-
+  auto kept = std::make_unique<objects>(name + "-kept", static_cast<int>(sizeof(ledger)));
+  ledger &book = kept->book();
+  child workers[4];
   std::mt19937 random(20240229);
-  for (int killed = 0; killed < kills && ledger.faults == 0; ++killed) {
-    const int rounds = ledger.rounds + static_cast<int>(random() % 20);
-    ASSERT_TRUE(comes_true([&] { return ledger.rounds >= rounds || ledger.faults; })) << "hangs after " << killed;
-    const int victim = static_cast<int>(random() % kernel_ledger::workers);
+  for (int killed = 0; killed < kills && book.faults == 0; ++killed) {
+    for (size_t i = 0; i < 4; ++i)
+      if (!workers[i]) workers[i] = start({"churn", name, std::to_string(i)});
+    const int rounds = book.rounds + static_cast<int>(random() % 20);
+    ASSERT_TRUE(comes_true([&] { return book.rounds >= rounds || book.faults; })) << "hangs after " << killed;
+    const size_t victim = random() % 4;
     workers[victim].reset();
-    ledger.holders[victim] = 0;
-    start(victim);
+    book.holders[victim] = 0;
   }
-  ledger.stop = 1;
-  for (auto &worker : workers) {
-    const harness::child_result result = worker->wait();
-    EXPECT_EQ(result.output, "");
-    EXPECT_EQ(result.exit_code, 0);
-  }
-  EXPECT_EQ(ledger.faults, 0);
-  book.CloseMapFile();
-  guard.CloseMutex();
-  bell.CloseEvent();
+  book.stop = 1;
+  for (child &worker : workers) EXPECT_TRUE(!worker || worker->wait().exit_code == 0);
+  EXPECT_EQ(book.faults, 0);
+  kept.reset();
   EXPECT_EQ(look_at(name), as_new);
-  EXPECT_EQ(look_at(name + "-ledger"), as_new);
+  EXPECT_EQ(look_at(name + "-kept"), as_new);
 }
 
 #ifndef _WIN32
 
-namespace {
+static const std::string folder = "/dev/shm/zarlib-" + std::to_string(geteuid());
 
-const std::string folder = "/dev/shm/zarlib-" + std::to_string(geteuid());
-
-std::string file_of(const std::string &name) { return folder + "/Local%5Cmapfile_" + name; }
-
-int files_with(const std::string &text) {
+static long files_with(const std::string &text) {
   if (!std::filesystem::exists(folder)) return 0;
   const auto names = harness::list_directory(folder);
-  return static_cast<int>(
-      std::count_if(names.begin(), names.end(), [&](const std::string &n) { return n.find(text) != n.npos; }));
+  return std::count_if(names.begin(), names.end(), [&](const auto &name) { return name.find(text) != name.npos; });
 }
 
-} // namespace
-
 TEST(KernelObjectsOnLinux, AKillAtAnySystemCallLeavesThemWhole) {
-  chEvent event;
-  chMutex mutex;
-  chMapFile map;
-  for (const char *as_guest : {"0", "1"}) {
-    if (*as_guest == '1') {
-      event.OpenEventA(own_name("c"));
-      mutex.OpenMutexA(own_name("c"));
-      map.OpenMapFile(own_name("c"), 100);
-    }
-    const harness::child_result result = harness::run("kernel_objects_program", {"kill-at", own_name("c"), as_guest});
+  for (const bool as_guest : {false, true}) {
+    const std::unique_ptr<objects> host(as_guest ? new objects(own_name("c"), 100) : nullptr);
+    const std::vector<std::string> arguments = {"kill-at", own_name("c"), std::to_string(as_guest)};
+    const harness::child_result result = harness::run("kernel_objects_program", arguments);
     if (result.exit_code == 2) GTEST_SKIP() << "processes may not be traced here";
     EXPECT_EQ(result.exit_code, 0) << result.output << result.error;
     EXPECT_GT(std::atoi(result.output.c_str()), 50) << "stopped at so many calls";
   }
-  event.CloseEvent();
-  mutex.CloseMutex();
-  map.CloseMapFile();
   EXPECT_EQ(files_with(own_name("c")), 0);
 }
 
 TEST(KernelObjectsOnLinux, DeadFilesAreSweptAndStrangersRefused) {
-  const std::string name = own_name("x"), path = file_of(name);
-  chMapFile anchor; // keeps the folder
-  ASSERT_NE(anchor.OpenMapFile(own_name("anchor"), 8), nullptr);
-  const auto opens = [&] { return look_at(name) == as_new; };
-  struct stat status;
-  ASSERT_EQ(stat(file_of(own_name("anchor")).c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777, 0600u);
-  ASSERT_EQ(stat(folder.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777, 0700u);
-
-  harness::write_file(path, std::string(100, 'j'));
-  chmod(path.c_str(), 0600);
-  EXPECT_TRUE(opens()) << "junk that nobody holds";
-  harness::write_file(file_of(name + "-other"), "left by the dead");
-  EXPECT_TRUE(comes_true([&] { return opens() && files_with(name) == 0; })) << "swept on the way";
-
-  // Each is held, as if a program of another make had it open.
-  std::string image = harness::read_file(file_of(own_name("anchor")));
-  const auto refused = [&](const std::string &bytes, mode_t mode) {
+  const std::string prefix = folder + "/Local%5Cmapfile_", path = prefix + own_name("x");
+  const objects host(own_name("host"), 8);
+  const auto open = [](int size = 100) {
+    chMapFile map;
+    const bool made = map.OpenMapFile(own_name("x"), size) && map.IsCreateByMe();
+    map.CloseMapFile();
+    return made;
+  };
+  /// Opens over a file that is held, as if a program of another make had it open.
+  const auto open_over = [&](const std::string &bytes, mode_t mode = 0600, int lock = LOCK_SH) {
     harness::write_file(path, bytes);
-    chmod(path.c_str(), mode);
     const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
-    flock(file, LOCK_SH);
-    const bool result = look_at(name) == std::pair<int, char>(0, '?');
+    fchmod(file, mode);
+    flock(file, lock);
+    const bool made = open();
     close(file);
     unlink(path.c_str());
-    return result;
+    return made;
   };
+  const std::string image = harness::read_file(prefix + own_name("host"));
   for (const size_t offset :
        {0, 8, 12, 16, 20, 24, 64}) { // magic, layout, word, kind, name's length, data's place, name
     std::string other = image;
     other[offset] ^= 1;
-    EXPECT_TRUE(refused(other, 0600)) << offset;
+    EXPECT_FALSE(open_over(other)) << offset;
   }
-  EXPECT_TRUE(refused(image.substr(0, 4096), 0600)) << "cut short";
-  EXPECT_TRUE(refused(image, 0644)) << "open to others";
-  EXPECT_FALSE(refused(std::string(100, '\0'), 0600)) << "half made by a creator that died: made anew";
-  ASSERT_EQ(symlink(file_of(own_name("anchor")).c_str(), path.c_str()), 0);
-  EXPECT_FALSE(opens());
+  EXPECT_FALSE(open_over(image.substr(0, 4096))) << "cut short";
+  EXPECT_FALSE(open_over(image, 0644)) << "open to others";
+  EXPECT_TRUE(open_over(std::string(100, '\0'))) << "half made by a creator that died";
+  EXPECT_TRUE(open_over("junk", 0600, LOCK_UN)) << "nobody holds it";
+  ASSERT_EQ(symlink((prefix + own_name("host")).c_str(), path.c_str()), 0);
+  EXPECT_FALSE(open()) << "a link";
   unlink(path.c_str());
-  anchor.CloseMapFile();
-  EXPECT_EQ(files_with(own_name("")), 0);
-}
 
-TEST(KernelObjectsOnLinux, AMappingWithoutRoomIsRefusedAtOnce) {
-  const rlimit small = {1 << 20, RLIM_INFINITY};
-  rlimit before;
-  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit small = {1 << 20, RLIM_INFINITY}, large = {RLIM_INFINITY, RLIM_INFINITY};
   signal(SIGXFSZ, SIG_IGN);
   setrlimit(RLIMIT_FSIZE, &small);
-  chMapFile map;
-  EXPECT_EQ(map.OpenMapFile(own_name("r"), 4 << 20), nullptr);
-  setrlimit(RLIMIT_FSIZE, &before);
-  EXPECT_EQ(files_with(own_name("r")), 0);
+  EXPECT_FALSE(open(4 << 20)) << "no room";
+  setrlimit(RLIMIT_FSIZE, &large);
+  harness::write_file(path + "-other", "left by the dead");
+  EXPECT_TRUE(comes_true([&] { return open() && files_with(own_name("x")) == 0; })) << "swept on the way";
 }
 
 #endif
