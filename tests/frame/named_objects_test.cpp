@@ -53,10 +53,11 @@ TEST(NamedObjects, AreTheBytesOfTheFormatPageWhicheverWayTheNamesCame) {
 TEST(FrameAtTheEdges, ServesToTheEndFaultsWhenFullAndAbortsOnReentry) {
   const harness::child_result late = harness::run("frame_exit_program");
   EXPECT_EQ(late.exit_code, 0) << late.error;
-  EXPECT_EQ(harness::lines_of(late.output).back(), "kept 42, refused 1");
+  EXPECT_EQ(harness::lines_of(late.output).back(), "kept 42, of one mind 1");
   const harness::child_result full = harness::run("frame_exit_program", {"exhaust"});
   EXPECT_TRUE(full.signal != 0 || full.exit_code != 0);
-  EXPECT_EQ(harness::lines_of(full.output).back(), "7 blocks") << "the eighth has no room";
+  EXPECT_NE(full.output.find("7 blocks"), std::string::npos);
+  EXPECT_EQ(full.output.find("8 blocks"), std::string::npos) << "8 have no room";
 #ifndef _WIN32 // the program gets between the library and its heap
   const harness::child_result again = harness::run("frame_exit_program", {"re-enter"});
   EXPECT_NE(again.signal, 0);
