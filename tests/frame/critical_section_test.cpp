@@ -1,5 +1,4 @@
 #include "zarlib/frame/critical_section.h"
-#include "zarlib/frame/static_instance.h"
 
 #include "tests/support/harness/child_process.h"
 #include "tests/support/harness/files.h"
@@ -61,10 +60,4 @@ TEST(ThreadLock, UnlockByAStrangerAbortsWithoutAMessage) {
   EXPECT_TRUE(result.signal != 0 || result.exit_code != 0);
   EXPECT_EQ(harness::lines_of(result.output), std::vector<std::string>{"about to unlock"});
   EXPECT_EQ(result.error.find("[W:]"), std::string::npos);
-}
-
-TEST(ThreadLock, TheStaticLockIsOneForAll) {
-  chThreadLock<chCriticalSection> *other = nullptr;
-  std::thread([&] { other = &getStaticObjectCritical(); }).join();
-  EXPECT_EQ(other, &getStaticObjectCritical());
 }

@@ -10,8 +10,6 @@
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif
-#include <winsock2.h>
-
 #include <windows.h>
 
 #else
