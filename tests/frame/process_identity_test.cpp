@@ -66,7 +66,7 @@ TEST(ProcessIdentity, LocalTimeIsTheWallClocks) {
     zarGetLocalTime(&now);
     after = std::time(nullptr);
   } while (before != after);
-  char expected[32], found[32];
+  char expected[64], found[64];
   std::strftime(expected, sizeof expected, "%Y-%m-%d %w %H:%M", std::localtime(&before));
   std::snprintf(found, sizeof found, "%d-%.2d-%.2d %d %.2d:%.2d", now.wYear, now.wMonth, now.wDay, now.wDayOfWeek,
                 now.wHour, now.wMinute);
