@@ -14,7 +14,8 @@ target_include_directories(zarlib SYSTEM PRIVATE "${CMAKE_BINARY_DIR}/libbacktra
 target_link_libraries(zarlib PRIVATE "${zarlib_backtrace}" Threads::Threads ${CMAKE_DL_LIBS})
 
 # Bound at load (the crash path must not call the binder), nothing of the archives or of the standard library's templates visible.
-target_link_options(zarlib PRIVATE -Wl,-z,now -Wl,-z,relro -Wl,-Bsymbolic-functions -Wl,--exclude-libs,ALL
+# Never unloaded: the fault handlers point into it.
+target_link_options(zarlib PRIVATE -Wl,-z,now -Wl,-z,relro -Wl,-z,nodelete -Wl,-Bsymbolic-functions -Wl,--exclude-libs,ALL
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
 if(NOT ZARLIB_SANITIZER)
   target_link_options(zarlib PRIVATE -Wl,--no-undefined)

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <psapi.h>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace zar::platform {
@@ -29,6 +31,22 @@ DWORD machine_of(const char *architecture) {
   if (!architecture) return IMAGE_FILE_MACHINE_I386;
   if (std::strstr(architecture, "EM64T") || std::strstr(architecture, "AMD64")) return IMAGE_FILE_MACHINE_AMD64;
   return std::strstr(architecture, "x86") ? IMAGE_FILE_MACHINE_I386 : 0;
+}
+
+using module_place = std::pair<HMODULE, std::string>;
+
+/// Where each module stands and which file it is. Asking for it is far cheaper than looking names up again.
+std::vector<module_place> current_modules() {
+  HMODULE handles[1024];
+  DWORD bytes = 0;
+  K32EnumProcessModules(GetCurrentProcess(), handles, sizeof handles, &bytes);
+  std::vector<module_place> modules;
+  for (size_t i = 0; i < std::min<size_t>(bytes / sizeof(HMODULE), std::size(handles)); ++i) {
+    char name[MAX_PATH] = "";
+    GetModuleFileNameA(handles[i], name, sizeof name);
+    modules.emplace_back(handles[i], name);
+  }
+  return modules;
 }
 
 bool s_closed = false;
@@ -60,17 +78,11 @@ bool open_symbols(const char *architecture) {
   return true;
 }
 
-// What is asked of the system twice is far cheaper than a look-up; a module that came in another's place has another handle or
-// has changed the list in between.
 bool refresh_modules() {
-  static auto &s_known = *new std::vector<HMODULE>;
-  std::vector<HMODULE> modules(s_known.size() + 64);
-  DWORD bytes = 0;
-  K32EnumProcessModules(GetCurrentProcess(), modules.data(), static_cast<DWORD>(modules.size() * sizeof(HMODULE)),
-                        &bytes);
-  modules.resize(std::min<size_t>(modules.size(), bytes / sizeof(HMODULE)));
+  static auto &s_known = *new std::vector<module_place>;
+  std::vector<module_place> modules = current_modules();
   if (modules == s_known) return false;
-  s_known = modules;
+  s_known = std::move(modules);
   const debug_help_hold hold;
   if (!s_closed) SymRefreshModuleList(GetCurrentProcess());
   return true;
