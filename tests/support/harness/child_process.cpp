@@ -66,7 +66,7 @@ private:
 class system_child {
 public:
   explicit system_child(const launch &what) {
-    std::string line = quoted(what.path + ".exe");
+    std::string line = quoted(what.path);
     for (const auto &argument : what.arguments) line += " " + quoted(argument);
     SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
     HANDLE read_end;
