@@ -54,6 +54,12 @@ chXmlFile::chXmlFile(const std::string &name) {
   if (!name.empty()) LoadFromFile(name);
 }
 
+chXmlFile::chXmlFile(const chXmlFile &other) = default;
+chXmlFile::chXmlFile(chXmlFile &&other) noexcept = default;
+chXmlFile &chXmlFile::operator=(const chXmlFile &other) = default;
+chXmlFile &chXmlFile::operator=(chXmlFile &&other) noexcept = default;
+chXmlFile::~chXmlFile() = default;
+
 int chXmlFile::LoadFromFile(const std::string &name) {
   if (!name.empty()) recover(name);
   m_fileName = name;

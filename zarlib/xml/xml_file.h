@@ -36,6 +36,11 @@ class ZAR_API chXmlFile : public chXmlDocument {
 public:
   /// An empty document, and LoadFromFile() unless `name` is empty; hasChildren() tells whether anything came of it.
   chXmlFile(const std::string &name = std::string());
+  chXmlFile(const chXmlFile &other);
+  chXmlFile(chXmlFile &&other) noexcept;
+  chXmlFile &operator=(const chXmlFile &other);
+  chXmlFile &operator=(chXmlFile &&other) noexcept;
+  ~chXmlFile();
 
   /// Completes a save that was cut short, reads the file and makes its document this handle's; earlier handles keep the earlier
   /// one. The name is kept for SaveToFile(), whatever comes of it.
