@@ -50,6 +50,12 @@ std::vector<std::string> logged(const harness::temporary_directory &folder, cons
   return result;
 }
 
+std::vector<std::string> stored_lines() {
+  std::vector<std::string> result;
+  for (std::string text; uCTraceHelper::getInstance().ReadShareMemoryString(text);) result.push_back(text);
+  return result;
+}
+
 std::vector<std::string> printed(const harness::child_result &result) {
   std::vector<std::string> lines;
   for (const std::string &line : harness::lines_of(result.output))
@@ -223,6 +229,7 @@ TEST(Tracer, RotatesTheFilesOfItsOption) {
 TEST(Tracer, MarksSpilledLinesAndHandsThemOutFirst) {
   uCTraceHelper &tracer = uCTraceHelper::getInstance();
   tracer.RedirectToShareMemory();
+  stored_lines();
   std::string text = "as it was";
   EXPECT_EQ(tracer.ReadShareMemoryString(text), 0);
   EXPECT_EQ(text, "as it was");
@@ -279,11 +286,10 @@ TEST(Tracer, KeepsTheLinesOfSeveralThreadsWhole) {
   tracer.RedirectToFileTrace(folder / "threads", 20, 100);
   trace_from_all();
   expect_all(logged(folder, "threads", 100));
+  stored_lines();
   tracer.RedirectToShareMemory();
   trace_from_all();
-  std::vector<std::string> stored;
-  for (std::string text; tracer.ReadShareMemoryString(text);) stored.push_back(text);
-  expect_all(stored);
+  expect_all(stored_lines());
   tracer.RedirectToNull();
 }
 

@@ -24,7 +24,7 @@ void chSystemTracerManager::check_layout() {
 }
 
 chSystemTracerManager::chSystemTracerManager()
-    : m_processCount(0), m_lineCount(0), m_spilledBytes(0), m_pSpilled(new std::string) {
+    : m_processCount(0), m_lineCount(0), m_spilledBytes(0), m_pSpilled(nullptr) {
   m_header.InitHeader(block_size, block_version);
   m_pool.init_pool(reinterpret_cast<unsigned char *>(this) + pool_offset, pool_size);
   m_systemOption = {std::numeric_limits<int>::max(), zar::output_console};
@@ -72,7 +72,8 @@ bool chSystemTracerManager::store_line(std::string_view text) {
 
 bool chSystemTracerManager::take_spilled(std::string &text, int &bytes) {
   if (m_spilledBytes == 0) return false;
-  text = std::exchange(*m_pSpilled, std::string());
+  const std::unique_ptr<std::string> spilled(std::exchange(m_pSpilled, nullptr));
+  text = std::move(*spilled);
   bytes = std::exchange(m_spilledBytes, 0);
   return true;
 }
@@ -96,6 +97,7 @@ bool chSystemTracerManager::make_room(int bytes) {
 
 void chSystemTracerManager::spill_oldest_line() {
   line_record &line = oldest_line();
+  if (!m_pSpilled) m_pSpilled = new std::string;
   m_pSpilled->append(line.text(), static_cast<size_t>(line.length)) += '\n';
   m_spilledBytes = static_cast<int>(static_cast<unsigned>(m_spilledBytes) + static_cast<unsigned>(line.length));
   drop_line(line);

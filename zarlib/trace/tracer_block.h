@@ -88,7 +88,7 @@ private:
   list_chain_offset m_lines;
   int m_spilledBytes;
   union {
-    std::string *m_pSpilled; // the creator's heap holds it; abandoned with the block
+    std::string *m_pSpilled; // null while there is none; what nobody takes is abandoned with the block
     unsigned char m_spilledRoom[24];
   };
 };
