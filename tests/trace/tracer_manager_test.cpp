@@ -369,3 +369,14 @@ TEST(TracerLife, AForkedChildTracesUnderItsOwnId) {
   for (int i = 0; i < 3; ++i) EXPECT_EQ(lines[static_cast<size_t>(i)].find(id) == std::string::npos, i == 1);
 }
 #endif
+
+TEST(LogFollow, SendsEachLineAtTheLevelOfItsFirstWord) {
+  const harness::temporary_directory folder;
+  harness::write_file(folder / "in.txt", "Error: a\n[WARNING] b %s%n\n12:00 notice c\nx\n\ndebug d");
+  const auto run = [&](const char *trace) {
+    return printed(harness::run("log_follow", {folder / "in.txt"}, variables(trace, nullptr)));
+  };
+  EXPECT_THAT(run("5"), ElementsAre("Error: a", "[WARNING] b %s%n", "12:00 notice c", "3 of 6 lines passed level 5"));
+  EXPECT_THAT(run("7:null"), ElementsAre("6 of 6 lines passed level 7"));
+  EXPECT_EQ(harness::run("log_follow", {folder / "missing"}).exit_code, 1);
+}
