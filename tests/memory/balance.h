@@ -1,29 +1,22 @@
-// The counts of the process heap, as dump() tells them.
+// By how much an action makes the counts of the process heap grow, as dump() tells them.
 #pragma once
 
 #include "zarlib/memory/dymic_alloc.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cstdio>
-#include <functional>
 #include <utility>
 
-inline std::pair<int, int> heap_counts() {
-  testing::internal::CaptureStderr();
-  baseDymicAlloc::dump();
-  int allocations = -1, frees = -1, leak = -1;
-  const std::string text = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(std::sscanf(text.c_str(), "memory alloc(%d) and free(%d) leak(%d)", &allocations, &frees, &leak), 3)
-      << text;
-  EXPECT_EQ(leak, allocations - frees);
-  return {allocations, frees};
-}
-
-/// By how much an action makes the two counts grow.
-inline std::pair<int, int> growth(const std::function<void()> &action) {
-  const auto before = heap_counts();
-  action();
-  const auto after = heap_counts();
-  return {after.first - before.first, after.second - before.second};
+template <class Action>
+std::pair<int, int> growth(Action action) {
+  int c[6] = {};
+  for (int *figures : {c, c + 3}) {
+    testing::internal::CaptureStderr();
+    baseDymicAlloc::dump();
+    const std::string text = testing::internal::GetCapturedStderr();
+    std::sscanf(text.c_str(), "memory alloc(%d) and free(%d) leak(%d)", figures, figures + 1, figures + 2);
+    if (figures == c) action();
+  }
+  return {c[3] - c[0], c[4] - c[1]};
 }

@@ -1,194 +1,185 @@
 #include "zarlib/memory/pool_alloc.h"
 
-#include "tests/memory/plain_pool.h"
-#include "tests/support/harness/child_process.h"
 #include "tests/support/harness/files.h"
 #include "zarlib/frame/process_identity.h"
 #include "zarlib/text/environment.h"
 
 #include <gmock/gmock.h>
 
+#include <climits>
+#include <cstdio>
+#include <cstring>
 #include <new>
 #include <random>
 
 namespace {
 
+using word = std::uint32_t;
+
 struct open_pool : basePoolAlloc {
-  using basePoolAlloc::begin_cell, basePoolAlloc::disjoin_big_cell, basePoolAlloc::end_cell,
-      basePoolAlloc::is_valid_cell, basePoolAlloc::try_join_right_cell;
+  using basePoolAlloc::begin_cell, basePoolAlloc::end_cell, basePoolAlloc::is_valid_cell;
 };
 
-// A zeroed block with the allocator at its place, and the pool behind it.
-class block {
-public:
-  explicit block(int size) : m_bytes(plain_pool::begin + size), m_pool(::new (at(plain_pool::object)) open_pool) {
-    m_pool->init_pool(at(plain_pool::begin), size);
+// A zeroed block: the object's first 8 bytes, the allocator, the pool. Offsets count from its start, 0 stands for null.
+struct block {
+  explicit block(int size) : words((24 + size) / 4), pool(::new (at(8)) open_pool) { pool->init_pool(at(24), size); }
+  char *at(word offset) { return reinterpret_cast<char *>(words.data()) + offset; }
+  word offset_of(void *p) { return p ? static_cast<word>(static_cast<char *>(p) - at(0)) : 0; }
+  std::vector<word> words;
+  open_pool *pool;
+};
+
+// The same block as plainly as it can be written.
+struct plain_block {
+  explicit plain_block(word size) : words((24 + size) / 4), end(24 + size) {
+    at(8) = size, at(12) = 16, at(24) = size | free_flag;
+    insert_before(16, 28);
   }
+  word &at(word offset) { return words[offset / 4]; }
+  word link(word offset) { return offset + at(offset); }
+  word payload(word data) { return (at(data - 4) & ~free_flag) - 4; }
 
-  open_pool *operator->() { return m_pool; }
-  unsigned char *at(std::uint32_t offset) { return m_bytes.data() + offset; }
-  std::uint32_t offset_of(const void *p) { return p ? static_cast<const unsigned char *>(p) - m_bytes.data() : 0; }
-  const std::vector<unsigned char> &bytes() const { return m_bytes; }
-
-private:
-  std::vector<unsigned char> m_bytes;
-  open_pool *m_pool;
+  void insert_before(word next, word node) {
+    const word back = link(next + 4);
+    at(next + 4) = node - next, at(node + 4) = back - node - 4, at(node) = next - node, at(back - 4) = node - back + 4;
+  }
+  void unlink(word node) {
+    const word next = link(node), back = link(node + 4);
+    at(next + 4) = back - next - 4, at(back - 4) = next - back + 4, at(node) = at(node + 4) = 0xFFFFFFFF;
+  }
+  bool join(word data) {
+    const word right = data + payload(data);
+    if (right >= end || !(at(right) & free_flag)) return false;
+    unlink(right + 4);
+    at(data - 4) += at(right) & ~free_flag;
+    return true;
+  }
+  word find(long long asked) {
+    const word need = static_cast<word>((std::max(asked, 8LL) + 3) / 4 * 4);
+    for (word node = link(16); node != 16; node = link(node)) {
+      while (payload(node) < need && join(node)) {
+      }
+      if (payload(node) < need) continue;
+      if (payload(node) <= need + 12) return node;
+      const word rest = node + need + 4;
+      at(rest - 4) = (payload(node) - need) | free_flag;
+      at(node - 4) = (need + 4) | free_flag;
+      insert_before(link(node), rest);
+      return node;
+    }
+    return 0;
+  }
+  word alloc(int asked) {
+    const word node = find(asked);
+    at(node - 4) &= ~free_flag;
+    unlink(node);
+    return node;
+  }
+  void free(word data) {
+    word right = data + payload(data);
+    while (right < end && !(at(right) & free_flag)) right += at(right);
+    at(data - 4) |= free_flag;
+    insert_before(right < end ? right + 4 : 16, data);
+  }
+  word realloc(word data, int asked) {
+    const word old_size = payload(data);
+    while (static_cast<int>(payload(data)) < asked && join(data)) {
+    }
+    if (static_cast<int>(payload(data)) >= asked) return data;
+    const word moved = alloc(asked);
+    std::memcpy(&at(moved), &at(data), old_size);
+    free(data);
+    return moved;
+  }
+  static constexpr word free_flag = 0x80000000;
+  std::vector<word> words;
+  const word end;
 };
-
-std::uint32_t cell_offset(block &b, pool_chain *cell) { return cell ? b.offset_of(cell->get_pData()) : 0; }
 
 } // namespace
 
-TEST(PoolAlloc, LeavesTheBytesOfTheWorkedExample) {
-  block b(64);
-  void *const first = b->alloc(8);
-  void *const second = b->alloc(9);
-  std::memcpy(first, "in use!", 8);
-  std::memcpy(second, "was in use!", 12);
-  b->free(second);
-  const std::vector<unsigned char> expected{
-      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, // the object's first 8 bytes
-      0x40, 0x00, 0x00, 0x00, 0x10, 0x00, 0x00, 0x00, // pool size 64, pool offset 16
-      0x18, 0x00, 0x00, 0x00, 0x28, 0x00, 0x00, 0x00, // head: first free node at 40, last at 56
-      0x0C, 0x00, 0x00, 0x00, 'i',  'n',  ' ',  'u',  // cell at 24, in use, 12 bytes
-      's',  'e',  '!',  0x00, 0x10, 0x00, 0x00, 0x80, // cell at 36, free, 16 bytes
-      0x10, 0x00, 0x00, 0x00, 0xE8, 0xFF, 0xFF, 0xFF, // its node at 40: next at 56, previous is the head
-      's',  'e',  '!',  0x00, 0x24, 0x00, 0x00, 0x80, // cell at 52, free, 36 bytes
-      0xD8, 0xFF, 0xFF, 0xFF, 0xF0, 0xFF, 0xFF, 0xFF, // its node at 56: next is the head, previous at 40
-      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, // never touched
-      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, //
-      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00};
-  EXPECT_EQ(b.bytes(), expected);
-}
-
-TEST(PoolAlloc, RoundsRequestsAndKeepsSmallRemainders) {
-  const struct {
-    int pool, asked, payload;
-  } cases[] = {{8160, 8, 8}, {8160, 0, 8}, {8160, -1, 8}, {8160, 9, 12},     {8160, INT_MIN, 8},
-               {28, 12, 24}, {32, 12, 12}, {20, 16, 16},  {8160, 8156, 8156}};
-  for (const auto &c : cases) {
-    block b(c.pool);
-    void *const p = b->alloc(c.asked);
-    EXPECT_EQ(b.offset_of(p), plain_pool::begin + 4);
-    EXPECT_EQ(b->get_available_bytes(p), c.payload) << c.pool << " " << c.asked;
-  }
-  zarSetAppDocPath("no such folder");
-  for (const int asked : {8157, 0x7FFFFFFC, INT_MAX}) EXPECT_EQ(block(8160)->alloc(asked), nullptr) << asked;
-  for (const int size : {-1, 0, 11}) EXPECT_EQ(block(64)->init_pool(block(64).at(24), size), 1);
-  block empty(64);
-  empty->init_pool(empty.at(24), 11);
-  EXPECT_EQ(empty->alloc(1), nullptr);
+TEST(PoolAlloc, LeavesTheBytesOfTheWorkedExampleAlsoWhereItsBlockWasCopied) {
+  block made(64), b(64);
+  std::memset(made.pool->alloc(8), 0x11, 8);
+  const word second = made.offset_of(std::memset(made.pool->alloc(9), 0x22, 12));
+  std::memcpy(b.at(0), made.at(0), 88);
+  b.pool->free(b.at(second));
+  EXPECT_THAT(b.words, testing::ElementsAre(0, 0, 64, 16, 24, 40,             // size, offset, head: 16 -> 40, 20 -> 60
+                                            12, 0x11111111, 0x11111111,       // 24: in use
+                                            0x80000010, 16, -24u, 0x22222222, // 36: free, 40 -> 56, 44 -> 20
+                                            0x80000024, -40u, -16u, 0, 0, 0, 0, 0, 0)); // 52: free, 56 -> 16, 60 -> 44
 }
 
 TEST(PoolAlloc, HoldsTheBytesOfThePlainPoolAfterAnyCalls) {
-  for (const int size : {64, 301, 1200, 8160, 60000}) {
-    std::mt19937 random(static_cast<unsigned>(size));
+  for (const int size : {64, 1200, 8160, 60000}) {
+    std::minstd_rand random(size);
     block ours(size);
-    plain_pool plain(size);
-    std::vector<std::uint32_t> held;
-    const auto draw = [&](int below) { return static_cast<int>(random() % static_cast<unsigned>(below)); };
-    const auto hold = [&](std::uint32_t data, std::uint32_t theirs) {
-      ASSERT_EQ(data, theirs);
-      if (!data) return;
-      held.push_back(data);
-      const int filled = std::min<int>(plain.payload(data), 40);
-      std::memset(ours.at(data), draw(256), static_cast<size_t>(filled));
-      std::memcpy(&plain.bytes[data], ours.at(data), static_cast<size_t>(filled));
-    };
+    plain_block plain(size);
+    std::vector<word> held(1, plain.alloc(ours.pool->get_available_bytes(ours.pool->alloc(8))));
     for (int step = 0; step < 6000; ++step) {
-      const int asked = draw(8) ? draw(200) - 3 : draw(size);
-      const int choice = draw(10);
-      if (choice < 4 || held.empty()) {
-        if (plain.find(asked))
-          hold(ours.offset_of(ours->alloc(asked)), plain.alloc(asked));
-        else
-          ASSERT_EQ(ours->find_big_enough_cell(asked), nullptr);
-      } else if (choice == 4) {
-        ASSERT_EQ(cell_offset(ours, ours->find_big_enough_cell(asked)), plain.find(asked));
-      } else {
-        const size_t which = static_cast<size_t>(draw(static_cast<int>(held.size())));
-        const std::uint32_t data = held[which];
-        const bool move = choice == 5;
-        if (move) {
-          const std::uint32_t room = plain.find(asked);
-          ASSERT_EQ(cell_offset(ours, ours->find_big_enough_cell(asked)), room);
-          if (!room) continue;
-        }
-        held.erase(held.begin() + static_cast<long>(which));
-        if (move)
-          hold(ours.offset_of(ours->realloc(ours.at(data), asked)), plain.realloc(data, asked));
-        else
-          ours->free(ours.at(data)), plain.free(data);
+      const int sizes[] = {int(random() % 200) - 3, int(random() % size), INT_MAX, INT_MIN};
+      const int asked = sizes[random() % 4 * (random() % 4 == 0)];
+      const word room = plain.find(asked);
+      pool_chain *const found = ours.pool->find_big_enough_cell(asked);
+      ASSERT_EQ(found ? ours.offset_of(found->get_pData()) : 0, room);
+      const word choice = random() % 8;
+      if (room && choice < 4) held.push_back(0);
+      word &data = choice < 4 ? held.back() : held[random() % held.size()];
+      if (room && choice < 5) {
+        void *const p = ours.pool->realloc(data ? ours.at(data) : nullptr, asked);
+        data = data ? plain.realloc(data, asked) : plain.alloc(asked);
+        ASSERT_EQ(ours.offset_of(p), data);
+        ASSERT_EQ(ours.pool->get_available_bytes(p), int(plain.payload(data)));
+        std::memset(p, step, plain.payload(data)), std::memset(&plain.at(data), step, plain.payload(data));
+      } else if (held.size() > 1) {
+        ours.pool->free(ours.at(data)), plain.free(data);
+        data = held.back(), held.pop_back();
       }
-      ASSERT_EQ(ours.bytes(), plain.bytes) << size << ", step " << step;
+      ASSERT_EQ(ours.words, plain.words) << size << ", step " << step;
     }
   }
 }
 
-TEST(PoolAlloc, GoesOnWhereItsBlockWasCopied) {
-  block b(256), elsewhere(256);
-  const std::uint32_t first = b.offset_of(b->alloc(16));
-  const std::uint32_t second = b.offset_of(b->alloc(16));
-  std::memcpy(elsewhere.at(0), b.at(0), b.bytes().size());
-  elsewhere->free(elsewhere.at(first));
-  EXPECT_EQ(elsewhere.offset_of(elsewhere->alloc(10)), first);
-  EXPECT_TRUE(elsewhere->is_valid_pointer(elsewhere.at(second)) &&
-              elsewhere->is_valid_pointer(elsewhere.at(second + 3)));
-  EXPECT_FALSE(elsewhere->is_valid_pointer(b.at(second)) || elsewhere->is_valid_pointer(nullptr));
-  EXPECT_TRUE(elsewhere->is_valid_pointer(elsewhere.at(28)) && elsewhere->is_valid_pointer(elsewhere.at(24 + 256 + 3)));
-  EXPECT_FALSE(elsewhere->is_valid_pointer(elsewhere.at(27)) ||
-               elsewhere->is_valid_pointer(elsewhere.at(24 + 256 + 4)));
-}
-
-TEST(PoolAlloc, CutsAndJoinsCellsAndWarnsOfBrokenOnes) {
+TEST(PoolAlloc, KnowsItsBoundsAndWarnsOfBrokenCells) {
   block b(64);
-  pool_chain *const cell = b->begin_cell();
-  b->disjoin_big_cell(cell, 49);
-  EXPECT_EQ(cell->get_pRight(), b->end_cell());
-  b->disjoin_big_cell(cell, 48);
-  EXPECT_EQ(cell->get_nPoolSize(), 48);
-  EXPECT_TRUE(b->is_valid_cell(cell) && b->is_valid_cell(cell->get_pRight()));
-  EXPECT_TRUE(b->try_join_right_cell(cell));
-  EXPECT_FALSE(b->try_join_right_cell(cell));
-  EXPECT_TRUE(cell->is_free_cell() && cell->get_iOffsetRightCell() == 64);
-
+  for (const word offset : {0u, 27u, 28u, 91u, 92u})
+    EXPECT_EQ(b.pool->is_valid_pointer(b.at(offset)), offset >= 28 && offset < 92) << offset;
+  pool_chain *const cell = b.pool->begin_cell();
+  EXPECT_TRUE(b.pool->is_valid_cell(cell));
   testing::internal::CaptureStderr();
-  EXPECT_FALSE(b->is_valid_cell(b->end_cell()));
-  for (const unsigned distance : {0u, 68u}) {
-    cell->set_iOffsetRightCell(distance);
-    EXPECT_FALSE(b->is_valid_cell(cell));
+  EXPECT_FALSE(b.pool->is_valid_cell(b.pool->end_cell()));
+  for (const word broken : {0u, 68u}) {
+    cell->set_iOffsetRightCell(broken);
+    EXPECT_TRUE(cell->is_free_cell() && !b.pool->is_valid_cell(cell));
   }
-  const auto lines = harness::lines_of(testing::internal::GetCapturedStderr());
-  const auto text = [](const char *format, auto... cells) {
-    char line[200];
-    std::snprintf(line, sizeof line, format, static_cast<void *>(cells)...);
-    return testing::EndsWith(line);
-  };
-  EXPECT_THAT(lines, testing::ElementsAre(
-                         text(") pCell %p not in [%p %p]", b->end_cell(), cell, b->end_cell()),
-                         text(") pRight %p not in [%p %p %p]", cell, cell, cell, b->end_cell()),
-                         text(") pRight %p not in [%p %p %p]", cell->get_pRight(), cell, cell, b->end_cell())));
+  char expected[2][200];
+  std::snprintf(expected[0], 200, "pCell %p not in [%p %p]", b.at(88), b.at(24), b.at(88));
+  std::snprintf(expected[1], 200, "pRight %p not in [%p %p %p]", b.at(92), b.at(24), b.at(24), b.at(88));
+  EXPECT_THAT(harness::lines_of(testing::internal::GetCapturedStderr()),
+              testing::ElementsAre(testing::EndsWith(expected[0]), testing::_, testing::EndsWith(expected[1])));
 }
 
 TEST(PoolAlloc, DumpsItsObjectWhenNothingIsBigEnough) {
   const harness::temporary_directory folder;
   zarSetAppDocPath(folder.path());
   block b(64);
-  EXPECT_EQ(b->alloc(100), nullptr);
-  EXPECT_TRUE(harness::list_directory(folder.path()).empty()) << "no folder for it";
+  EXPECT_EQ(b.pool->alloc(61), nullptr); // no folder, no dump
   std::filesystem::create_directory(folder / "log");
-  std::memcpy(b->alloc(8), "live", 4);
-  EXPECT_EQ(b->find_big_enough_cell(100), nullptr);
-  EXPECT_EQ(b->alloc(100), nullptr);
+  EXPECT_EQ(b.pool->find_big_enough_cell(61), nullptr);
+  EXPECT_EQ(b.pool->alloc(INT_MAX), nullptr);
   char name[100];
-  std::snprintf(name, sizeof name, "%d-%p.data.dump", static_cast<int>(zarGetCurrentProcessId()),
-                static_cast<void *>(b.at(0)));
+  std::snprintf(name, sizeof name, "%d-%p.data.dump", static_cast<int>(zarGetCurrentProcessId()), b.at(0));
   EXPECT_THAT(harness::list_directory(folder / "log"), testing::ElementsAre(name));
-  EXPECT_EQ(harness::read_file(folder / "log/" + name), std::string(b.bytes().begin(), b.bytes().end()));
+  EXPECT_EQ(harness::read_file(folder / "log/" + name), std::string(b.at(0), 88));
+
+  b.pool->init_pool(b.at(24), 11);
+  EXPECT_EQ(b.pool->alloc(1), nullptr);
+  EXPECT_EQ(harness::read_file(folder / "log/" + name).size(), 35u);
 }
 
 TEST(PoolAlloc, FaultsWhenAFullPoolIsToMoveABlock) {
-  const harness::child_result result = harness::run("memory_program", {"overfill"});
-  EXPECT_FALSE(result.timed_out);
-  EXPECT_NE(result.exit_code, 0);
+  block b(64);
+  void *const first = b.pool->alloc(8);
+  b.pool->alloc(40);
+  EXPECT_DEATH(b.pool->realloc(first, 16), "");
 }

@@ -4,42 +4,20 @@
 
 #include <cstring>
 
-namespace {
-
-struct block {
-  struct text : baseShareStringA {
-    using baseShareStringA::set_Text;
-  } strings[3];
-  alignas(4) char records[3][16];
-
-  void put(int i, const char *value) {
-    auto *const record = reinterpret_cast<baseShareTextA *>(records[i]);
-    record->length = static_cast<int>(std::strlen(value));
-    std::strcpy(record->text(), value);
-    strings[i].set_Text(record);
-  }
-};
-
-} // namespace
-
-TEST(ShareString, ReadsAndComparesTextsOfItsBlock) {
-  block b;
-  EXPECT_STREQ(b.strings[0].c_str(), "");
-  EXPECT_TRUE(b.strings[0].length() == 0 && b.strings[0].empty() && b.strings[0] == b.strings[1]);
-  b.put(0, "beta");
-  b.put(1, "Beta");
-  b.put(2, "");
-  EXPECT_STREQ(b.strings[0].c_ptr(), "beta");
-  EXPECT_EQ(b.strings[0].length(), 4);
-  EXPECT_TRUE(!b.strings[0].empty() && b.strings[2].empty());
-  EXPECT_TRUE(b.strings[0] != b.strings[1] && b.strings[0] > b.strings[1] && b.strings[2] < b.strings[1]);
-  EXPECT_EQ(std::memcmp(b.records[0], "\4\0\0\0beta", 9), 0);
-}
-
-TEST(ShareString, AssignmentTakesTheStoredNumberAsItStands) {
-  block b;
-  b.put(0, "first");
-  b.strings[1] = b.strings[0];
-  EXPECT_EQ(std::memcmp(&b.strings[0], &b.strings[1], 4), 0);
-  EXPECT_EQ(b.strings[1].c_str(), b.strings[0].c_str() + 4);
+TEST(ShareString, ReadsComparesAndCopiesTheStoredNumber) {
+  struct block {
+    struct text : baseShareStringA {
+      using baseShareStringA::set_Text;
+    } a, b, c;
+    baseShareTextA records[12];
+  } x;
+  EXPECT_TRUE(*x.a.c_str() == 0 && x.a.length() == 0 && x.a.empty() && x.a == x.b);
+  std::memcpy(x.records, "\4\0\0\0beta\0...\4\0\0\0Beta\0...\0\0\0\0", 29);
+  x.a.set_Text(&x.records[0]);
+  x.b.set_Text(&x.records[3]);
+  x.c.set_Text(&x.records[6]);
+  EXPECT_STREQ(x.a.c_ptr(), "beta");
+  EXPECT_TRUE(x.a.length() == 4 && !x.a.empty() && x.c.empty() && x.a != x.b && x.a > x.b && x.c < x.b);
+  x.c = x.a;
+  EXPECT_EQ(x.c.c_str(), x.a.c_str() + 8);
 }
