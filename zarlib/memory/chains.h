@@ -1,7 +1,7 @@
 // Intrusive chains: records that carry their links inside themselves, on the heap and in blocks.
 //
-// Nothing here allocates, and nothing locks: a list belongs to whoever owns it. An operation touches the node and its two
-// neighbours at most.
+// Nothing here allocates, and nothing locks: a list belongs to whoever owns it. An operation touches the node and its
+// two neighbours at most.
 #pragma once
 
 #include "zarlib/export.h"
@@ -9,7 +9,8 @@
 
 /// Six classes of one link each, named by its role; a record that stands in several relations inherits from several.
 ///
-/// A new link points to its own object, never to null. set_...() stores and touches no neighbour. Copying copies the word.
+/// A new link points to its own object, never to null. set_...() stores and touches no neighbour. Copying copies the
+/// word.
 class ZAR_API pointer_chain_pNext {
 public:
   pointer_chain_pNext *get_pNext() const { return m_pNext; }
@@ -66,8 +67,9 @@ private:
 
 /// A node, or the head, of a circular list of two links; it is constructed as an empty head.
 ///
-/// The forward link N points to the start of the next node. The backward link P points to the P part of the previous node, one
-/// word behind its start. Copying copies both words as they stand, so a copy of a head that is not empty is a head of nothing.
+/// The forward link N points to the start of the next node. The backward link P points to the P part of the previous
+/// node, one word behind its start. Copying copies both words as they stand, so a copy of a head that is not empty is a
+/// head of nothing.
 template <class N, class P>
 class list_chain : public N, public P {
 public:
@@ -77,7 +79,8 @@ public:
 /// The list of the process heap: two words of the target.
 class ZAR_API list_chain_pointer : public list_chain<pointer_chain_pNext, pointer_chain_pPrev> {};
 
-/// The list of a block: the same links as distances of 32 bits, each counted from the address of its own word; a storage format.
+/// The list of a block: the same links as distances of 32 bits, each counted from the address of its own word; a
+/// storage format.
 ///
 /// It holds wherever the block lies and may be copied elsewhere with the block.
 /// REQUIRES: head and nodes lie in one block.

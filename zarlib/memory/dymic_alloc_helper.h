@@ -5,8 +5,8 @@
 
 /// The one balance of the process, built at first use under the guard of the static instances.
 ///
-/// The counters are atomic and not under a lock: each only ever grows by one, so callers see the same figures, and there is
-/// nothing to destroy, so what static destructors do is counted to the last.
+/// The counters are atomic and not under a lock: each only ever grows by one, so callers see the same figures, and
+/// there is nothing to destroy, so what static destructors do is counted to the last.
 class dymicAllocHelper {
 public:
   static dymicAllocHelper &getInstance();

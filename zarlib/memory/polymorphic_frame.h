@@ -9,13 +9,15 @@
 
 /// A handle on a shared T, made at the first data(); the last handle to leave destroys it.
 ///
-/// All handles that share a frame see one object: there is no copy on write. The count may be changed by several threads at once,
-/// so each thread may copy and drop handles of its own on one object; a single handle, and the object, belong to one thread at
-/// a time. Copying costs one atomic addition; the object and its count are one block of baseDymicAlloc.
+/// All handles that share a frame see one object: there is no copy on write. The count may be changed by several
+/// threads at once, so each thread may copy and drop handles of its own on one object; a single handle, and the object,
+/// belong to one thread at a time. Copying costs one atomic addition; the object and its count are one block of
+/// baseDymicAlloc.
 ///
 ///     state     data()                  pointer(), operator->   hasData()   referenceCount()   setNull()
 ///     null      makes T, then sharing   null                    false       0                  nothing
-///     sharing   the object              its address             true        handles            null; the last destroys T
+///     sharing   the object              its address             true        handles            null; the last destroys
+///     T
 ///
 /// The library exports the instance polymorphic_frame<chFileStdio>.
 /// REQUIRES: T can be constructed without arguments; its alignment is at most two words of the target.

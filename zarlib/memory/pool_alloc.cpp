@@ -35,6 +35,61 @@ pool_chain *cell_of(const void *p) {
   return pool_chain::get_pCell(static_cast<list_chain_offset *>(const_cast<void *>(p)));
 }
 
+// The links of the free list are never null, and saying so keeps the test for it out of the searches.
+list_chain_offset *next_of(const list_chain_offset *node) {
+  list_chain_offset *const next = node->get_pNext();
+  if (!next) __builtin_unreachable();
+  return next;
+}
+
+list_chain_offset *previous_of(const list_chain_offset *node) {
+  list_chain_offset *const previous = node->get_pPrev();
+  if (!previous) __builtin_unreachable();
+  return previous;
+}
+
+unsigned distance(const void *from, const void *to) {
+  return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(to) - reinterpret_cast<std::uintptr_t>(from));
+}
+
+unsigned size_of(const pool_chain *cell) { return static_cast<unsigned>(cell->get_nPoolSize()); }
+
+// Makes two nodes neighbours in their list.
+void link_nodes(list_chain_offset *first, list_chain_offset *second) {
+  first->set_pNext(second);
+  second->set_pPrev(first);
+}
+
+// Cuts a listed free cell behind `payload` bytes; `next` is its neighbour in the list.
+void cut_cell(pool_chain *cell, int payload, list_chain_offset *next) {
+  pool_chain *const rest = ::new (reinterpret_cast<char *>(cell->get_pData()) + payload) pool_chain;
+  rest->set_pRight(cell->get_pRight());
+  rest->set_cell_free(true);
+  cell->set_pRight(rest);
+  list_chain_offset *const node = ::new (rest->get_pData()) list_chain_offset;
+  link_nodes(node, next);
+  link_nodes(cell->get_pData(), node);
+}
+
+// Extends a listed free cell over free right neighbours until it holds `payload` bytes. The list is in the order of the
+// cells, so a right neighbour is free exactly when it is the next in the list; asking it so leaves the memory of used
+// cells alone. The links are written once, behind the last cell joined.
+// @return The cell's neighbour in the list, now.
+list_chain_offset *join_right_cells(pool_chain *cell, list_chain_offset *next, unsigned payload) {
+  pool_chain *right = cell->get_pRight();
+  if (right != pool_chain::get_pCell(next)) return next;
+  do {
+    list_chain_offset *const joined = next;
+    next = next_of(joined);
+    right = right->get_pRight();
+    joined->set_pNext(nullptr);
+    joined->set_pPrev(nullptr);
+  } while (distance(cell->get_pData(), right) < payload && right == pool_chain::get_pCell(next));
+  cell->set_pRight(right);
+  link_nodes(cell->get_pData(), next);
+  return next;
+}
+
 bool is_within(const pool_chain *cell, const pool_chain *begin, const pool_chain *end) {
   return cell >= begin && cell < end;
 }
@@ -84,7 +139,8 @@ void *basePoolAlloc::realloc(void *p, int bytes) {
   }
   if (cell->get_nPoolSize() >= bytes) return p;
 
-  // Settled, callers rely on it: the result is not tested, so a pool too full ends in a fault here, and what was joined stays joined.
+  // Settled, callers rely on it: the result is not tested, so a pool too full ends in a fault here, and what was joined
+  // stays joined.
   void *const moved = alloc(bytes);
   std::memcpy(moved, p, static_cast<size_t>(old_size));
   free(p);
@@ -97,13 +153,13 @@ bool basePoolAlloc::is_valid_pointer(const void *p) const { return is_within(cel
 
 pool_chain *basePoolAlloc::find_big_enough_cell(int bytes) {
   const unsigned payload = payload_for(bytes);
-  for (list_chain_offset *node = m_free.get_pNext(); node != &m_free; node = node->get_pNext()) {
+  list_chain_offset *next;
+  for (list_chain_offset *node = next_of(&m_free); node != &m_free; node = next) {
     pool_chain *const cell = pool_chain::get_pCell(node);
-    while (static_cast<unsigned>(cell->get_nPoolSize()) < payload && try_join_right_cell(cell)) {
-    }
-    const auto size = static_cast<unsigned>(cell->get_nPoolSize());
-    if (size < payload) continue;
-    if (size > payload + largest_slack) disjoin_big_cell(cell, static_cast<int>(payload));
+    next = next_of(node);
+    if (size_of(cell) < payload) next = join_right_cells(cell, next, payload);
+    if (size_of(cell) < payload) continue;
+    if (size_of(cell) > payload + largest_slack) cut_cell(cell, static_cast<int>(payload), next);
     return cell;
   }
   return nullptr;
@@ -122,11 +178,7 @@ void basePoolAlloc::pop_free_cell(pool_chain *cell) { chain_unlink(*cell->get_pD
 
 void basePoolAlloc::disjoin_big_cell(pool_chain *cell, int bytes) {
   if (cell->get_nPoolSize() - smallest_cell < bytes) return;
-  pool_chain *const rest = ::new (reinterpret_cast<char *>(cell->get_pData()) + bytes) pool_chain;
-  rest->set_pRight(cell->get_pRight());
-  rest->set_cell_free(true);
-  cell->set_pRight(rest);
-  chain_insert_before(*cell->get_pData()->get_pNext(), *::new (rest->get_pData()) list_chain_offset);
+  cut_cell(cell, bytes, next_of(cell->get_pData()));
 }
 
 bool basePoolAlloc::try_join_right_cell(pool_chain *cell) {
@@ -154,23 +206,23 @@ bool basePoolAlloc::is_valid_cell(pool_chain *cell) const {
   return true;
 }
 
-// The first free node at a higher address, or the head. Three ways lead there, and each is short in a pool of another kind: along
-// the cells to the right, up the free list from its start, down from its end. Taken one step each in turn, the shortest of the
-// three decides what a free costs.
+// The first free node at a higher address, or the head. Three ways lead there, and each is short in a pool of another
+// kind: up the free list from its start, down from its end, along the cells to the right. Taken one step each in turn,
+// the shortest of the three decides what a free costs.
 list_chain_offset &basePoolAlloc::free_node_behind(pool_chain *cell) {
   list_chain_offset *const node = cell->get_pData();
   const pool_chain *const end = end_cell();
   pool_chain *right = cell->get_pRight();
-  list_chain_offset *up = m_free.get_pNext();
-  list_chain_offset *down = m_free.get_pPrev();
+  list_chain_offset *up = next_of(&m_free);
+  list_chain_offset *down = previous_of(&m_free);
   for (;;) {
+    if (up == &m_free || up > node) return *up;
+    if (down == &m_free || down < node) return *next_of(down);
     if (right >= end) return m_free;
     if (right->is_free_cell()) return *right->get_pData();
-    if (up == &m_free || up > node) return *up;
-    if (down == &m_free || down < node) return *down->get_pNext();
+    up = next_of(up);
+    down = previous_of(down);
     right = right->get_pRight();
-    up = up->get_pNext();
-    down = down->get_pPrev();
   }
 }
 
@@ -179,7 +231,7 @@ void basePoolAlloc::dump_pool() const {
   const std::string path =
       zarGetAppDataRootPath() + qx::format_astring("/log/%d-%p.data.dump", static_cast<int>(zarGetCurrentProcessId()),
                                                    static_cast<const void *>(object));
-  chFileStdio file(path, 0x1000);
+  chFileStdio file(path, chFileStdio::mode_anew);
   if (!file.IsFileOpened()) return;
   file.Write(object, m_nPoolOffset + m_nPoolSize + offset_in_object, 1);
   file.Close();

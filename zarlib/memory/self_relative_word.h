@@ -7,8 +7,8 @@ namespace zar {
 
 /// A link as stored in a block: the target's address less the word's own address, in 32 bits, 0xFFFFFFFF for null.
 ///
-/// Copying copies the number, so a copy at another place has another target. A target right before the word (distance -1)
-/// cannot be told from null.
+/// Copying copies the number, so a copy at another place has another target. A target right before the word (distance
+/// -1) cannot be told from null.
 class self_relative_word {
 public:
   static constexpr std::uint32_t null_value = 0xFFFFFFFF;
@@ -23,18 +23,18 @@ public:
     return reinterpret_cast<void *>(own_address() + static_cast<std::uintptr_t>(distance));
   }
 
-  /// A target beyond 32 bits, which no block has, becomes null rather than some other address.
-  void set_target(const void *p) {
-    const std::uintptr_t distance = reinterpret_cast<std::uintptr_t>(p) - own_address();
-    m_value = p && fits(distance) ? static_cast<std::uint32_t>(distance) : null_value;
+  /// REQUIRES: within_reach(p).
+  void set_target(const void *p) { m_value = p ? static_cast<std::uint32_t>(distance_to(p)) : null_value; }
+
+  /// Whether 32 bits hold the distance: always on a 32-bit target, within 2 GiB on a 64-bit one.
+  bool within_reach(const void *p) const {
+    const auto distance = static_cast<std::intptr_t>(distance_to(p));
+    return distance == static_cast<std::int32_t>(distance);
   }
 
 private:
   std::uintptr_t own_address() const { return reinterpret_cast<std::uintptr_t>(this); }
-
-  static bool fits(std::uintptr_t distance) {
-    return static_cast<std::uintptr_t>(static_cast<std::intptr_t>(static_cast<std::int32_t>(distance))) == distance;
-  }
+  std::uintptr_t distance_to(const void *p) const { return reinterpret_cast<std::uintptr_t>(p) - own_address(); }
 
   std::uint32_t m_value;
 };

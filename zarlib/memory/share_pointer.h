@@ -6,9 +6,9 @@
 
 /// One 32-bit word that stores the distance to its target; a storage format of every named block.
 ///
-/// It is valid only where it stands: the word and its target lie in one block and move together. All that it does is inline and
-/// takes a few instructions; nothing locks. On a 64-bit target an address more than 2 GiB away cannot be stored and becomes
-/// null; on every target the address one byte below the word reads as null.
+/// It is valid only where it stands: the word and its target lie in one block and move together. All that it does is
+/// inline and takes a few instructions; nothing locks. On a 64-bit target an address more than 2 GiB away cannot be
+/// stored and becomes null; on every target the address one byte below the word reads as null.
 class ZAR_API share_pointer {
 public:
   share_pointer(const void *p = nullptr) : m_word(zar::self_relative_word::null_value) { setPointer(p); }
@@ -20,7 +20,7 @@ public:
     return *this;
   }
 
-  void setPointer(const void *p) { m_word.set_target(p); }
+  void setPointer(const void *p) { m_word.set_target(m_word.within_reach(p) ? p : nullptr); }
 
   /// @return The target's address here and now, or null.
   void *pointer() const { return m_word.target(); }

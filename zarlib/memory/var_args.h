@@ -25,5 +25,6 @@ private:
 /// @return The size of the view.
 ZAR_API int byteof(const chVarArgs &args);
 
-/// Copies the bytes to `out`. REQUIRES: room for byteof(args) bytes that do not overlap them. @return The size of the view.
+/// Copies the bytes to `out`. REQUIRES: room for byteof(args) bytes that do not overlap them. @return The size of the
+/// view.
 ZAR_API int print(unsigned char *out, const chVarArgs &args);
