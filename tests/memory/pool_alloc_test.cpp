@@ -181,5 +181,6 @@ TEST(PoolAlloc, FaultsWhenAFullPoolIsToMoveABlock) {
   block b(64);
   void *const first = b.pool->alloc(8);
   b.pool->alloc(40);
+  zarSetAppDocPath("no such folder");
   EXPECT_DEATH(b.pool->realloc(first, 16), "");
 }

@@ -16,8 +16,7 @@
 ///
 ///     state     data()                  pointer(), operator->   hasData()   referenceCount()   setNull()
 ///     null      makes T, then sharing   null                    false       0                  nothing
-///     sharing   the object              its address             true        handles            null; the last destroys
-///     T
+///     sharing   the object              its address             true        its handles        null; the last ends T
 ///
 /// The library exports the instance polymorphic_frame<chFileStdio>.
 /// REQUIRES: T can be constructed without arguments; its alignment is at most two words of the target.
