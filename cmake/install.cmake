@@ -22,6 +22,8 @@ install(EXPORT zarlib-targets NAMESPACE zarlib:: DESTINATION ${zarlib_cmake_dir}
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/zarlib-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/zarlib-config-version.cmake DESTINATION ${zarlib_cmake_dir})
 
+# The prefix is found from the place of the file, so an installed tree may be moved.
+file(RELATIVE_PATH zarlib_pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/zarlib.pc.in ${CMAKE_BINARY_DIR}/zarlib.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/zarlib.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
