@@ -25,13 +25,11 @@ class polymorphic_frame : public baseDymicAlloc {
 public:
   polymorphic_frame() = default;
   polymorphic_frame(const polymorphic_frame &other);
-  polymorphic_frame(polymorphic_frame &&other) noexcept;
   ~polymorphic_frame();
 
-  /// Lets go of the own object, then shares the other's. The other may lie inside the own object.
+  /// Lets go of the own object, then shares the other's. The other may lie inside the own object. There are no moves: the source
+  /// always keeps its share.
   polymorphic_frame &operator=(const polymorphic_frame &other);
-  /// Takes the other's share, and leaves it null.
-  polymorphic_frame &operator=(polymorphic_frame &&other) noexcept;
 
   /// The object, made now if there is none. An exhausted heap is not tested for: the process faults.
   T &data();
@@ -77,10 +75,6 @@ polymorphic_frame<T>::polymorphic_frame(const polymorphic_frame &other)
     : baseDymicAlloc(other), m_frame(retained(other.m_frame)) {}
 
 template <class T>
-polymorphic_frame<T>::polymorphic_frame(polymorphic_frame &&other) noexcept
-    : baseDymicAlloc(other), m_frame(std::exchange(other.m_frame, nullptr)) {}
-
-template <class T>
 polymorphic_frame<T>::~polymorphic_frame() {
   release_frame();
 }
@@ -89,15 +83,6 @@ template <class T>
 polymorphic_frame<T> &polymorphic_frame<T>::operator=(const polymorphic_frame &other) {
   if (this == &other) return *this;
   frame *const incoming = retained(other.m_frame);
-  release_frame();
-  m_frame = incoming;
-  return *this;
-}
-
-template <class T>
-polymorphic_frame<T> &polymorphic_frame<T>::operator=(polymorphic_frame &&other) noexcept {
-  if (this == &other) return *this;
-  frame *const incoming = std::exchange(other.m_frame, nullptr);
   release_frame();
   m_frame = incoming;
   return *this;
