@@ -36,6 +36,16 @@ std::pair<int, char> look_at(const std::string &name) {
 }
 const std::pair<int, char> as_new(3, '\0');
 
+#ifndef _WIN32
+const std::string folder = "/dev/shm/zarlib-" + std::to_string(geteuid());
+
+long files_with(const std::string &text) {
+  if (!std::filesystem::exists(folder)) return 0;
+  const auto names = harness::list_directory(folder);
+  return std::count_if(names.begin(), names.end(), [&](const auto &name) { return name.find(text) != name.npos; });
+}
+#endif
+
 } // namespace
 
 TEST(Event, LetsOneWaiterThroughPerSignal) {
@@ -123,6 +133,20 @@ TEST(KernelObjects, NamesOfAnyBytesAreKeptApart) {
   }
 }
 
+TEST(KernelObjects, HaveOneCreatorOfManyAtOnce) {
+  const objects kept(own_name("r-kept"), sizeof(ledger));
+  child racers[4];
+  for (child &racer : racers) racer = start({"race", own_name("r")});
+#ifndef _WIN32 // without these files the folder comes and goes with every round
+  EXPECT_TRUE(comes_true([&] { return kept.book().rounds > 0; }));
+  for (const char *kind : {"event_", "mutex_", "mapfile_"})
+    unlink((folder + "/Local%5C" + kind + own_name("r-kept")).c_str());
+#endif
+  for (child &racer : racers) EXPECT_EQ(racer->wait().exit_code, 0);
+  EXPECT_EQ(kept.book().rounds, 900);
+  EXPECT_EQ(kept.book().faults, 0);
+}
+
 TEST(KernelObjects, ASignalReachesTheLivingWhenWaitersAreKilled) {
   const std::string name = own_name("w");
   objects all(name, 100);
@@ -167,14 +191,6 @@ TEST(KernelObjects, SurviveKillsOfRandomHolders) {
 }
 
 #ifndef _WIN32
-
-static const std::string folder = "/dev/shm/zarlib-" + std::to_string(geteuid());
-
-static long files_with(const std::string &text) {
-  if (!std::filesystem::exists(folder)) return 0;
-  const auto names = harness::list_directory(folder);
-  return std::count_if(names.begin(), names.end(), [&](const auto &name) { return name.find(text) != name.npos; });
-}
 
 TEST(KernelObjectsOnLinux, AKillAtAnySystemCallLeavesThemWhole) {
   for (const bool as_guest : {false, true}) {

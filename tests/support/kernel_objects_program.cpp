@@ -54,6 +54,27 @@ static void churn(const std::string &name, int slot) {
   }
 }
 
+/// Opens in step with three others, so that all four try to be the creator, and closes in step.
+static void race(const std::string &name) {
+  const objects kept(name + "-kept", -1);
+  ledger &book = kept.book();
+  const auto meet = [&] {
+    const int all_here = (book.before++ / 4 + 1) * 4;
+    if (!comes_true([&] { return book.before >= all_here; })) ++book.faults;
+  };
+  for (int round = 1; round <= 300 && !book.faults; ++round) {
+    meet();
+    const objects mine(name, 100);
+    book.rounds += mine.created();
+    meet();
+    if (book.rounds != 3 * round) ++book.faults;
+  }
+  // Each under a name of its own, which may be the first while another closes the last there is.
+  for (int round = 0; round < 300; ++round)
+    if (objects own(name + std::to_string(zarGetCurrentProcessId()), 8); !own.bytes || own.created() != 3)
+      ++book.faults;
+}
+
 #ifndef _WIN32
 /// A life of all three. Returns whether they were as they should be, and usable.
 static bool live(const std::string &name, bool as_guest) {
@@ -88,6 +109,7 @@ static int kill_at_every_call(const std::string &name, bool as_guest) {
 
 int main(int, char **arguments) {
   const std::string verb = arguments[1], name = arguments[2];
+  if (verb == "race") race(name);
   if (verb == "churn") churn(name, std::atoi(arguments[3]));
 #ifndef _WIN32
   if (verb == "kill-at") return kill_at_every_call(name, std::atoi(arguments[3]) != 0);

@@ -70,6 +70,12 @@ bool give_back(Record &record, Object *object) {
   return --record.references == 0;
 }
 
+/// Clears a pointer for good, even when its object is about to end: a destroyed singleton may still be asked, and then is closed.
+template <class Record>
+void forget(Record *&record) {
+  std::atomic_ref<Record *>(record).store(nullptr, std::memory_order_relaxed);
+}
+
 template <class Record>
 void erase(record_table<Record> &table, const Record *record) {
   table.erase(std::find_if(table.begin(), table.end(), [&](const auto &entry) { return &entry.second == record; }));
@@ -96,7 +102,7 @@ void chMapFile_Local::CloseMapFile() {
     free(m_record->block);
     erase(mapFileLocalTable(), m_record);
   }
-  m_record = nullptr;
+  forget(m_record);
 }
 
 void chMapFile_Local::DestroyMapFile() { CloseMapFile(); }
@@ -134,7 +140,7 @@ void chMutex_Local::CloseMutex() {
   if (!m_record) return;
   const static_lock hold;
   if (give_back(*m_record, this)) erase(mutexLocalTable(), m_record);
-  m_record = nullptr;
+  forget(m_record);
 }
 
 void chMutex_Local::DestroyMutex() { CloseMutex(); }
