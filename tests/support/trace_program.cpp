@@ -1,5 +1,5 @@
-// The tracer in a process of its own: trace_program FOLDER MODE [ARGUMENT]. It works in FOLDER, so that log files can be named without one.
-#include "zarlib/frame/process_identity.h"
+// The tracer in a process of its own: trace_program FOLDER MODE. It works in FOLDER, so that log files can be named without one.
+#include "zarlib/trace/console.h"
 #include "zarlib/trace/trace.h"
 #include "zarlib/trace/tracer_manager.h"
 
@@ -8,15 +8,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <new>
-#include <set>
 #include <string>
 #include <thread>
-#include <vector>
 
 #ifndef _WIN32
-#include <sys/wait.h>
-#include <unistd.h>
-
 // The tracer allocates while it is built; this is the way in for a trace call from inside.
 static std::atomic<bool> reenter{false};
 
@@ -28,79 +23,46 @@ void *operator new(std::size_t size) {
 
 void operator delete(void *p) noexcept { std::free(p); }
 void operator delete(void *p, std::size_t) noexcept { std::free(p); }
-
-static void come_back_while_building() {
-  reenter = true;
-  zarTrace(5, "first");
-}
-
-static void fork_and_trace() {
-  zarTrace(5, "parent before");
-  const pid_t child = fork();
-  if (child == 0) zarTrace(5, "child");
-  if (child == 0) _exit(0);
-  int status = 0;
-  waitpid(child, &status, 0);
-  zarTrace(5, "parent after %d", status);
-}
 #endif
 
-static uCTraceHelper &tracer() { return uCTraceHelper::getInstance(); }
-
-static void print_option(const char *when) {
-  std::printf("%s %d %d\n", when, tracer().GetOutputLevel(), tracer().GetOutputMethod());
+static void write_to_both_streams() {
+  consoleWriteString(false, std::string("out\0hidden", 10));
+  consolePrintf(true, "%s", std::string(5000, 'x').c_str());
+  simpTRACE("%s", std::string(9000, 'y').c_str());
+  zarOutputWarningString("%s%c hidden", "misuse", 0);
 }
 
-/// Threads race for the first use; "one" means that all got the same tracer.
-static void race_for_the_first_use() {
-  std::atomic<int> waiting{8};
-  std::vector<uCTraceHelper *> seen(8);
-  std::vector<std::thread> threads;
-  for (auto &slot : seen)
-    threads.emplace_back([&] {
-      --waiting;
-      while (waiting > 0) {
-      }
-      slot = &tracer();
-      zarTrace(5, "racer");
-    });
-  for (auto &thread : threads) thread.join();
-  std::printf("%s\n", std::set<uCTraceHelper *>(seen.begin(), seen.end()).size() == 1 ? "one" : "several");
+static void print_option() {
+  uCTraceHelper &tracer = uCTraceHelper::getInstance();
+  std::printf("%d %d", tracer.GetOutputLevel(), tracer.GetOutputMethod());
+  tracer.ResetTraceLevel(-1);
+  std::printf(" %d\n", tracer.GetOutputLevel());
 }
 
-/// The process ends while threads are in the middle of their lines.
-static void end_while_threads_trace() {
-  static std::atomic<int> running{0};
-  for (int i = 0; i < 3; ++i)
+/// Threads race for the first trace, and are in the middle of their lines when the process ends.
+static void race_for_the_first_trace() {
+  static std::atomic<int> waiting{8}, beginning{8};
+  for (int i = 0; i < 8; ++i)
     std::thread([] {
-      for (++running;;) zarTrace(5, "still here");
+      for (--waiting; waiting > 0;) continue;
+      zarTrace(5, "racer");
+      for (--beginning;;) zarTrace(5, "racer");
     }).detach();
-  while (running < 3) zarSwitchToThread();
+  while (beginning > 0) std::this_thread::yield();
 }
 
-int main(int argc, char **argv) {
-  if (argc < 3) return 2;
+int main(int, char **argv) {
   std::filesystem::current_path(argv[1]);
   const std::string mode = argv[2];
-  if (mode == "option") print_option("at first");
-  if (mode == "reset") {
-    tracer().ResetTraceLevel(4);
-    tracer().RedirectToNull();
-    print_option("own");
-    tracer().ResetTraceLevel(-1);
-    print_option("system's");
-  }
+  if (mode == "streams") write_to_both_streams();
+  if (mode == "option") print_option();
   if (mode == "lines")
-    for (int i = 0; i < std::atoi(argv[3]); ++i) zarTrace(5, "line %d", i);
-  if (mode == "levels")
-    for (const int level : {3, 4, 5, 6}) zarTrace(level, "level %d", level);
+    for (int i = 0; i < 100; ++i) zarTrace(i % 2 ? 6 : 5, "line %d", i);
   if (mode == "warning") zarWarningMessage("a.cpp", 12, "odd %d", 7);
-  if (mode == "error") zarErrorMessage("a.cpp", 12, "gone %d", 7);
-  if (mode == "race") race_for_the_first_use();
-  if (mode == "end") end_while_threads_trace();
+  if (mode == "error") zarErrorMessage("a.cpp", 12, "odd %d", 7);
+  if (mode == "race") race_for_the_first_trace();
 #ifndef _WIN32
-  if (mode == "re-enter") come_back_while_building();
-  if (mode == "fork") fork_and_trace();
+  if ((reenter = mode == "re-enter")) zarTrace(5, "first");
 #endif
   return 0;
 }

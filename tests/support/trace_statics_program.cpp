@@ -3,37 +3,23 @@
 #include "zarlib/trace/trace.h"
 #include "zarlib/trace/tracer_manager.h"
 
-#include <cstdio>
 #include <filesystem>
-#include <string>
 
-namespace {
-
-struct outlives_the_tracer {
+static struct outlives_the_tracer {
   ~outlives_the_tracer() {
     uCTraceHelper &tracer = uCTraceHelper::getInstance();
-    std::string text;
     zarTrace(5, "late, nested %d", tracer.push_trace_level() + tracer.pop_trace_level());
-    zarModuleTrace(2147483647, "M:late", std::string("late too"));
     tracer.TraceToFileTrace("late for the file");
-    tracer.TraceToShareMemory("late for the store");
-    tracer.RedirectToFileTrace("never", 1, 1);
-    zarTrace(5, "late and redirected %d", tracer.ReadShareMemoryString(text));
-    tracer.ResetTraceLevel(3);
-    zarTrace(4, "below the level");
   }
 } g_outlives;
 
-struct outlived_by_the_tracer {
+static struct outlived_by_the_tracer {
   outlived_by_the_tracer() { zarTrace(5, "constructed"); }
   ~outlived_by_the_tracer() { zarTrace(5, "destroyed"); }
 } g_outlived;
-
-} // namespace
 
 int main(int, char **argv) {
   std::filesystem::current_path(argv[1]);
   uCTraceHelper::getInstance().RedirectToFileTrace("statics", 100, 3);
   zarTrace(5, "main");
-  return 0;
 }
