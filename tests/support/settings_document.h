@@ -1,11 +1,11 @@
 // The documents that the programs and tests of XML files save: whole ones tell their number, and everything else is told from them.
 #pragma once
 
-#include "zarlib/xml/xml_document.h"
+#include "zarlib/xml/xml_file.h"
 
 /// Number 0 has no content; odd numbers come to some 10 KB, even ones to some 50 KB.
-inline chXmlDocument settings_document(int number) {
-  chXmlDocument document;
+inline chXmlFile settings_document(int number) {
+  chXmlFile document;
   if (number == 0) return document;
   chXmlElement root = document.AddChildElement("settings");
   root.SetAttributeValue("number", std::to_string(number));
@@ -20,6 +20,6 @@ inline chXmlDocument settings_document(int number) {
 /// @return The number of a document; -1 when it is not whole.
 inline int settings_number(const chXmlDocument &document) {
   const chXmlElement root = document.getChildElement();
-  const int number = root.hasData() ? std::stoi("0" + root.GetAttributeValue("number", "")) : 0;
+  const int number = root.hasData() ? std::stoi("0" + root.GetAttributeValue("number")) : 0;
   return document.ExportToText(false) == settings_document(number).ExportToText(false) ? number : -1;
 }
