@@ -4,20 +4,18 @@
 
 #include <cstring>
 
+struct text : baseShareStringA {
+  using baseShareStringA::set_Text;
+};
+
 TEST(ShareString, ReadsComparesAndCopiesTheStoredNumber) {
-  struct block {
-    struct text : baseShareStringA {
-      using baseShareStringA::set_Text;
-    } a, b, c;
-    baseShareTextA records[12];
-  } x;
-  EXPECT_TRUE(*x.a.c_str() == 0 && x.a.length() == 0 && x.a.empty() && x.a == x.b);
-  std::memcpy(x.records, "\4\0\0\0beta\0...\4\0\0\0Beta\0...\0\0\0\0", 29);
-  x.a.set_Text(&x.records[0]);
-  x.b.set_Text(&x.records[3]);
-  x.c.set_Text(&x.records[6]);
-  EXPECT_STREQ(x.a.c_ptr(), "beta");
-  EXPECT_TRUE(x.a.length() == 4 && !x.a.empty() && x.c.empty() && x.a != x.b && x.a > x.b && x.c < x.b);
-  x.c = x.a;
-  EXPECT_EQ(x.c.c_str(), x.a.c_str() + 8);
+  text texts[3];
+  auto &[a, b, c] = texts;
+  EXPECT_TRUE(*a.c_str() == 0 && a.length() == 0 && a.empty() && a == b);
+  baseShareTextA records[12];
+  std::memcpy(records, "\4\0\0\0beta\0...\4\0\0\0Beta\0...\0\0\0\0", 29);
+  for (int i = 0; i < 3; ++i) texts[i].set_Text(&records[3 * i]);
+  EXPECT_TRUE(a.c_ptr() == std::string("beta") && a.length() == 4 && c.empty() && a != b && a > b && c < b);
+  c = a;
+  EXPECT_EQ(c.c_str(), a.c_str() + 8);
 }

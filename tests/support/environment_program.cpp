@@ -1,31 +1,21 @@
-// Answers its argument with a line, and tells at its start and its exit what stands of the environment then.
+// Tells at its start and at its exit what stands of the environment then; with an argument, its own name after a byte.
 #include "zarlib/text/environment.h"
 
-#include <cstdio>
-#include <string>
-
-static void answer(const std::string &line) {
-  std::printf("%s\n", line.c_str());
-  std::fflush(stdout);
-}
+#include <iostream>
 
 // Built before anything of the library was asked for, so it goes last.
 static struct first_and_last {
   first_and_last() {
-    answer("at start:" + zarGetAppDocPath());
+    std::cout << "at start:" << zarGetAppDocPath() << std::endl;
     zarSetAppDocPath("C:\\a\\b");
   }
-  ~first_and_last() { answer("at exit:" + zarGetAppDataRootPath() + "|" + appRootPath()); }
+  ~first_and_last() {
+    std::cout << "at exit:" << zarGetAppDataRootPath() << '|' << appRootPath() << '|' << zarGetHomeDirectory() << '|'
+              << zarGetTempDirectory() << std::endl;
+  }
 } watch;
 
-int main(int, char **arguments) {
-  const std::string question = arguments[1];
-  if (question == "home") answer(zarGetHomeDirectory());
-  if (question == "temp") answer(zarGetTempDirectory());
-  if (question == "key") answer(std::to_string(chStdInput().getch()));
-  if (question == "wait, exe") {
-    answer("waiting");
-    std::getchar();
-    answer(zarGetExeFileName());
-  }
+int main(int count, char **) {
+  if (count > 1) std::cin.get();
+  std::cout << (count > 1 ? zarGetExeFileName() : std::to_string(chStdInput().getch())) << std::endl;
 }
