@@ -10,10 +10,8 @@
 #include <thread>
 
 #ifndef _WIN32
-#include <csignal>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -38,12 +36,6 @@ const std::pair<int, char> as_new(3, '\0');
 
 #ifndef _WIN32
 const std::string folder = "/dev/shm/zarlib-" + std::to_string(geteuid());
-
-long files_with(const std::string &text) {
-  if (!std::filesystem::exists(folder)) return 0;
-  const auto names = harness::list_directory(folder);
-  return std::count_if(names.begin(), names.end(), [&](const auto &name) { return name.find(text) != name.npos; });
-}
 #endif
 
 } // namespace
@@ -58,8 +50,6 @@ TEST(Event, LetsOneWaiterThroughPerSignal) {
   event.SetEvent();
   twin.ResetEvent();
   EXPECT_EQ(event.WaitEvent(0), 0);
-  chEvent copy(event);
-  EXPECT_EQ((copy = event).SetEvent(), 0) << "a handle is never copied";
 }
 
 TEST(Mutex, BelongsToOneThread) {
@@ -80,22 +70,18 @@ TEST(Mutex, BelongsToOneThread) {
 }
 
 TEST(Mutex, ReportsADeadHolderOnce) {
-  objects all(own_name("d"), 100), other(own_name("o"), 8);
+  objects all(own_name("d"), 100);
   const auto expect_abandoned = [&](const char *by) {
-    EXPECT_EQ(all.mutex.Lock(20000), 0) << by;
-    EXPECT_EQ(all.mutex.IsLockedByThisThread(), 1) << by;
-    all.mutex.Unlock();
-    EXPECT_EQ(all.mutex.Lock(20000), 1) << "only the first heir is told";
-    all.mutex.Unlock();
+    for (const int whole : {0, 1}) { // only the first heir is told
+      EXPECT_EQ(all.mutex.Lock(20000), whole) << by;
+      EXPECT_EQ(all.mutex.IsLockedByThisThread(), 1) << by;
+      all.mutex.Unlock();
+    }
   };
   EXPECT_EQ(start({"hold", own_name("d")})->read_line(), "0 created, locked 1"); // and is killed
   expect_abandoned("a process");
   std::thread([&] {
-    objects closed(own_name("c"), 8), mine(own_name("d"), 8);
-    closed.mutex.Lock(-1);
-    closed.close();
-    EXPECT_EQ(look_at(own_name("c")), as_new) << "gone with its last handle, though held";
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(other.mutex.Lock(-1), 1), other.mutex.Unlock(); // its other locks work on
+    objects mine(own_name("d"), 8);
     mine.mutex.Lock(-1);
   }).join();
   expect_abandoned("a thread that had closed it");
@@ -105,7 +91,6 @@ TEST(MapFile, IsOneZeroFilledBlockPerName) {
   const std::string name = own_name("f");
   chMapFile first, second;
   for (const int size : {-1, 0, -5}) EXPECT_EQ(first.OpenMapFile(name, size), nullptr) << size;
-  EXPECT_EQ(first.IsCreateByMe(), 0);
   auto *const bytes = static_cast<char *>(first.OpenMapFile("p/" + name, 70000));
   EXPECT_EQ(std::count(bytes, bytes + 70000, '\0'), 70000);
   bytes[69999] = 'z';
@@ -116,8 +101,6 @@ TEST(MapFile, IsOneZeroFilledBlockPerName) {
     second.CloseMapFile();
   }
   first.DestroyMapFile();
-  EXPECT_EQ(first.getData(), nullptr);
-  EXPECT_EQ(first.IsCreateByMe(), 1) << "closing does not change it";
 }
 
 TEST(KernelObjects, NamesOfAnyBytesAreKeptApart) {
@@ -147,21 +130,6 @@ TEST(KernelObjects, HaveOneCreatorOfManyAtOnce) {
   EXPECT_EQ(kept.book().faults, 0);
 }
 
-TEST(KernelObjects, ASignalReachesTheLivingWhenWaitersAreKilled) {
-  const std::string name = own_name("w");
-  objects all(name, 100);
-  child waiters[2];
-  for (size_t round = 0; round < 20; ++round) {
-    for (child &waiter : waiters)
-      if (!waiter) (waiter = start({"hold", name}))->read_line();
-    all.event.SetEvent();
-    waiters[round % 2].reset(); // it may take this signal with it, but no other
-    const int before = all.book().rounds;
-    all.event.SetEvent();
-    EXPECT_TRUE(comes_true([&] { return all.book().rounds != before; })) << round;
-  }
-}
-
 TEST(KernelObjects, SurviveKillsOfRandomHolders) {
 #if defined(_WIN32) || defined(__SANITIZE_THREAD__) // where a process takes long to start
   constexpr int kills = 60;
@@ -174,13 +142,14 @@ TEST(KernelObjects, SurviveKillsOfRandomHolders) {
   child workers[4];
   std::mt19937 random(20240229);
   for (int killed = 0; killed < kills && book.faults == 0; ++killed) {
-    for (size_t i = 0; i < 4; ++i)
-      if (!workers[i]) workers[i] = start({"churn", name, std::to_string(i)});
+    for (child &worker : workers)
+      if (!worker) worker = start({"churn", name});
     const int rounds = book.rounds + static_cast<int>(random() % 20);
     ASSERT_TRUE(comes_true([&] { return book.rounds >= rounds || book.faults; })) << "hangs after " << killed;
-    const size_t victim = random() % 4;
-    workers[victim].reset();
-    book.holders[victim] = 0;
+    workers[random() % 4].reset();
+    if (random() % 4 != 0) continue;
+    for (child &worker : workers) worker.reset();
+    EXPECT_TRUE(comes_true([&] { return look_at(name) == as_new; })) << "all are dead";
   }
   book.stop = 1;
   for (child &worker : workers) EXPECT_TRUE(!worker || worker->wait().exit_code == 0);
@@ -192,60 +161,36 @@ TEST(KernelObjects, SurviveKillsOfRandomHolders) {
 
 #ifndef _WIN32
 
-TEST(KernelObjectsOnLinux, AKillAtAnySystemCallLeavesThemWhole) {
-  for (const bool as_guest : {false, true}) {
-    const std::unique_ptr<objects> host(as_guest ? new objects(own_name("c"), 100) : nullptr);
-    const std::vector<std::string> arguments = {"kill-at", own_name("c"), std::to_string(as_guest)};
-    const harness::child_result result = harness::run("kernel_objects_program", arguments);
-    if (result.exit_code == 2) GTEST_SKIP() << "processes may not be traced here";
-    EXPECT_EQ(result.exit_code, 0) << result.output << result.error;
-    EXPECT_GT(std::atoi(result.output.c_str()), 50) << "stopped at so many calls";
-  }
-  EXPECT_EQ(files_with(own_name("c")), 0);
-}
-
 TEST(KernelObjectsOnLinux, DeadFilesAreSweptAndStrangersRefused) {
   const std::string prefix = folder + "/Local%5Cmapfile_", path = prefix + own_name("x");
   const objects host(own_name("host"), 8);
-  const auto open = [](int size = 100) {
-    chMapFile map;
-    const bool made = map.OpenMapFile(own_name("x"), size) && map.IsCreateByMe();
-    map.CloseMapFile();
-    return made;
-  };
-  /// Opens over a file that is held, as if a program of another make had it open.
-  const auto open_over = [&](const std::string &bytes, mode_t mode = 0600, int lock = LOCK_SH) {
+  /// Opens over a file that is held, as if a program of another make, or another user, had it open.
+  const auto open_over = [&](const std::string &bytes, mode_t mode = 0600, uid_t owner = geteuid(),
+                             int lock = LOCK_SH) {
     harness::write_file(path, bytes);
     const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
-    fchmod(file, mode);
-    flock(file, lock);
-    const bool made = open();
+    const bool prepared = fchmod(file, mode) == 0 && fchown(file, owner, getegid()) == 0 && flock(file, lock) == 0;
+    chMapFile map;
+    const bool made = prepared && map.OpenMapFile(own_name("x"), 100) && map.IsCreateByMe();
+    map.CloseMapFile();
     close(file);
     unlink(path.c_str());
     return made;
   };
-  const std::string image = harness::read_file(prefix + own_name("host"));
-  for (const size_t offset :
-       {0, 8, 12, 16, 20, 24, 64}) { // magic, layout, word, kind, name's length, data's place, name
-    std::string other = image;
-    other[offset] ^= 1;
-    EXPECT_FALSE(open_over(other)) << offset;
-  }
+  const std::string image = harness::read_file(prefix + own_name("host")), empty(100, '\0');
+  EXPECT_FALSE(open_over("J" + image.substr(1))) << "of another make";
   EXPECT_FALSE(open_over(image.substr(0, 4096))) << "cut short";
-  EXPECT_FALSE(open_over(image, 0644)) << "open to others";
-  EXPECT_TRUE(open_over(std::string(100, '\0'))) << "half made by a creator that died";
-  EXPECT_TRUE(open_over("junk", 0600, LOCK_UN)) << "nobody holds it";
+  EXPECT_FALSE(open_over(empty, 0644)) << "open to others";
+  EXPECT_FALSE(open_over(empty, 0600, 1)) << "another user's, where one may be had";
+  EXPECT_TRUE(open_over(empty)) << "half made by a creator that died";
   ASSERT_EQ(symlink((prefix + own_name("host")).c_str(), path.c_str()), 0);
-  EXPECT_FALSE(open()) << "a link";
+  EXPECT_EQ(chMapFile().OpenMapFile(own_name("x"), 100), nullptr) << "a link";
   unlink(path.c_str());
-
-  const rlimit small = {1 << 20, RLIM_INFINITY}, large = {RLIM_INFINITY, RLIM_INFINITY};
-  signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, &small);
-  EXPECT_FALSE(open(4 << 20)) << "no room";
-  setrlimit(RLIMIT_FSIZE, &large);
   harness::write_file(path + "-other", "left by the dead");
-  EXPECT_TRUE(comes_true([&] { return open() && files_with(own_name("x")) == 0; })) << "swept on the way";
+  const auto swept = [&] {
+    return open_over("junk", 0600, geteuid(), LOCK_UN) && access((path + "-other").c_str(), F_OK);
+  };
+  EXPECT_TRUE(comes_true(swept));
 }
 
 #endif

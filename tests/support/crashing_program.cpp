@@ -3,10 +3,10 @@
 #include "zarlib/crash/stack_text.h"
 #include "zarlib/text/environment.h"
 
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <latch>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -15,10 +15,8 @@
 
 #ifndef _WIN32
 #include <csignal>
-#include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #endif
 
@@ -55,57 +53,40 @@ UNSEEN int call_nowhere(int a) { return no_function(a) + 1; }
 
 int print_stack(int) { return std::printf("%s", zarReadStack(-1).c_str()) < 0; }
 
-int give_up(int a) {
-  if (a > zero) std::abort();
-  return a;
-}
-
 int overflow_on_thread(int a) {
-  std::thread([a] {
-    zarHookCrashSignal();
-    overflow(a);
-  }).join();
+  std::jthread([a] { zarHookCrashSignal(), overflow(a); });
   return a;
 }
 
 /// Many threads that fault as nearly together as can be.
 int fault_together(int a) {
-  std::atomic<bool> go{false};
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i)
-    threads.emplace_back([&go, a] {
-      while (!go) {
-      }
-      read_nowhere(a);
-    });
-  go = true;
-  for (auto &thread : threads) thread.join();
+  std::latch all_here(8);
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < 8; ++i) threads.emplace_back([&] { all_here.arrive_and_wait(), read_nowhere(a); });
   return a;
 }
 
-std::atomic<int> waiting{0};
+#ifndef _WIN32
+
+std::latch waiting(5);
 
 [[gnu::noinline]] void wait_for_ever() {
-  ++waiting;
+  waiting.count_down();
   for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
 int fault_beside_others(int a) {
   for (int i = 0; i < 3; ++i) std::thread(wait_for_ever).detach();
-#ifndef _WIN32
-  // One that lets no signal through.
-  std::thread([] {
+  std::thread([] { // lets no signal through
     sigset_t all;
     sigfillset(&all);
     pthread_sigmask(SIG_BLOCK, &all, nullptr);
     wait_for_ever();
-  }).detach();
-  while (waiting < 4) std::this_thread::yield();
-#endif
+  })
+      .detach();
+  waiting.arrive_and_wait();
   return read_nowhere(a);
 }
-
-#ifndef _WIN32
 
 /// Leaves no way back to the caller, nor to anywhere.
 [[gnu::noinline]] int damage_stack(int a) {
@@ -115,72 +96,61 @@ int fault_beside_others(int a) {
   return room[0];
 }
 
-int send_fault(int a) {
-  kill(getpid(), SIGBUS);
-  return a;
+int send_fault(int a) { return kill(getpid(), SIGBUS) + a; }
+
+/// Faults in the heap, which then hangs whoever asks it for more; behind it where a sanitizer owns the heap.
+UNSEEN int take(int) {
+  void *volatile const block = std::malloc(987654);
+  return block ? *nowhere + 1 : 0;
 }
 
-int break_point(int a) {
-  asm volatile("int3");
-  return a;
-}
-
-/// Another process attaches to this one, as a debugger does.
 int read_when_traced(int a) {
-  int ready[2];
-  if (pipe(ready) != 0) return 2;
-  const pid_t self = getpid(), tracer = fork();
-  if (tracer == 0) {
-    const bool attached = ptrace(PTRACE_SEIZE, self, nullptr, nullptr) == 0;
-    if (write(ready[1], attached ? "y" : "n", 1) != 1) _exit(1);
-    for (;;) pause();
-  }
-  prctl(PR_SET_PTRACER, tracer);
-  char answer = 0;
-  const bool attached = read(ready[0], &answer, 1) == 1 && answer == 'y';
-  std::printf("%s:%s", attached ? "traced" : "free", zarReadStack(a).c_str());
-  std::fflush(stdout);
-  kill(tracer, SIGKILL);
-  waitpid(tracer, nullptr, 0);
-  return 0;
+  if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) return std::printf("no tracing");
+  return print_stack(a);
 }
 
 #endif
 
-using way = int (*)(int);
-
-const std::map<std::string, way> &ways() {
-  static const std::map<std::string, way> table = {
-      {"none", print_stack},
-      {"read", read_nowhere},
-      {"divide", divide},
-      {"call", call_nowhere},
-      {"overflow", overflow},
-      {"overflow_on_thread", overflow_on_thread},
-      {"throw", throw_it},
-      {"illegal", stop_here},
-      {"abort", give_up},
-      {"together", fault_together},
-      {"beside", fault_beside_others},
+const std::map<std::string, int (*)(int)> ways = {
+    {"none", print_stack},
+    {"abort", [](int) -> int { std::abort(); }},
+    {"read", read_nowhere},
+    {"divide", divide},
+    {"call", call_nowhere},
+    {"overflow", overflow},
+    {"overflow_on_thread", overflow_on_thread},
+    {"throw", throw_it},
+    {"illegal", stop_here},
+    {"together", fault_together},
 #ifndef _WIN32
-      {"damaged", damage_stack},
-      {"sent", send_fault},
-      {"breakpoint", break_point},
-      {"traced", read_when_traced},
+    {"beside", fault_beside_others},
+    {"damaged", damage_stack},
+    {"sent", send_fault},
+    {"heap", take},
+    {"traced", read_when_traced},
 #endif
-  };
-  return table;
-}
+};
 
 } // namespace
 
-int main(int count, char **arguments) {
-  if (count < 3) return 2;
+#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+extern "C" void *__libc_malloc(size_t size);
+
+extern "C" [[gnu::noinline]] void *malloc(size_t size) {
+  static volatile bool locked = false;
+  while (locked) {
+  }
+  if (size == 987654) locked = true, *nowhere = 1;
+  return __libc_malloc(size);
+}
+#endif
+
+int main(int, char **arguments) {
 #ifndef _WIN32
   const rlimit none = {0, 0};
   setrlimit(RLIMIT_CORE, &none);
 #endif
   zarSetAppDocPath(arguments[2]);
   zarHookCrashSignal();
-  return ways().at(arguments[1])(5);
+  return ways.at(arguments[1])(5);
 }

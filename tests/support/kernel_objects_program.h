@@ -10,9 +10,8 @@
 
 /// The content of a mapping; zero to begin with.
 struct ledger {
-  std::atomic<int> stop, rounds, faults;
-  std::atomic<int> before, after;        ///< equal whenever the mutex is free
-  std::atomic<unsigned long> holders[4]; ///< process ids of those that have the churned objects open
+  std::atomic<int> stop, rounds, faults, generation;
+  std::atomic<int> before, after; ///< equal whenever the mutex is free
 };
 
 /// One of each under one name, closed together.
@@ -21,9 +20,7 @@ struct objects {
     event.OpenEventA(name);
     mutex.OpenMutexA(name);
   }
-  ~objects() { close(); }
-
-  void close() {
+  ~objects() {
     event.CloseEvent();
     mutex.CloseMutex();
     map.CloseMapFile();

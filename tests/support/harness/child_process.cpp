@@ -160,11 +160,7 @@ public:
   }
 
   void write(const std::string &text) {
-    for (size_t done = 0; done < text.size();) {
-      const ssize_t count = ::write(m_input, text.data() + done, text.size() - done);
-      if (count <= 0) return;
-      done += static_cast<size_t>(count);
-    }
+    if (::write(m_input, text.data(), text.size()) < 0) close_input(); // nobody reads
   }
   void close_input() {
     if (m_input >= 0) ::close(m_input);

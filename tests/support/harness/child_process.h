@@ -24,8 +24,6 @@ public:
   /// @param environment  Changes to this process's own; an empty value sets the empty text, see unset().
   explicit child_process(const std::string &program, const std::vector<std::string> &arguments = {},
                          const std::map<std::string, std::string> &environment = {});
-  child_process(const child_process &) = delete;
-  child_process &operator=(const child_process &) = delete;
   ~child_process();
 
   unsigned long id() const;

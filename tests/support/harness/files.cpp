@@ -1,8 +1,6 @@
 #include "tests/support/harness/files.h"
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -12,16 +10,10 @@ namespace harness {
 namespace fs = std::filesystem;
 
 temporary_directory::temporary_directory() {
-  static std::atomic<unsigned> counter{0};
   std::random_device random;
-  for (;;) {
-    std::ostringstream name;
-    name << "zarlib-test-" << std::hex << random() << random() << '-' << counter++;
-    const fs::path path = fs::temp_directory_path() / name.str();
-    if (!fs::create_directory(path)) continue;
-    m_path = path.generic_string();
-    return;
-  }
+  const auto any = [&] { return "zarlib-test-" + std::to_string(random()) + "-" + std::to_string(random()); };
+  do m_path = (fs::temp_directory_path() / any()).generic_string();
+  while (!fs::create_directory(m_path));
 }
 
 temporary_directory::~temporary_directory() {
@@ -36,8 +28,7 @@ std::string read_file(const std::string &path) {
 }
 
 void write_file(const std::string &path, const std::string &bytes) {
-  std::ofstream stream(fs::u8path(path), std::ios::binary);
-  stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  std::ofstream(fs::u8path(path), std::ios::binary) << bytes;
 }
 
 std::vector<std::string> list_directory(const std::string &path) {

@@ -12,7 +12,6 @@ class temporary_directory {
 public:
   temporary_directory();
   temporary_directory(const temporary_directory &) = delete;
-  temporary_directory &operator=(const temporary_directory &) = delete;
   ~temporary_directory();
 
   /// With slashes, without one at the end.
