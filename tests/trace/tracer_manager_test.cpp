@@ -199,6 +199,8 @@ TEST_F(Tracer, KeepsTheLinesOfSeveralThreadsWhole) {
     }
   });
   tracer.ResetTraceLevel(-1);
+  while (tracer.ReadShareMemoryString(all)) {
+  }
 }
 
 TEST_F(Tracer, IsBuiltOnceByThreadsThatRaceForTheFirstTraceAndEndsWhileTheyTrace) {

@@ -41,7 +41,7 @@ ZAR_API void zarTraceObject(const std::string &name, const void *pointer);
 ZAR_API void zarWarningMessage(const char *file, int line, const char *format, ...) ZAR_PRINTF(3, 4);
 
 /// The last words of a process: as zarWarningMessage() with "[E:]", followed on stderr by the stack of the caller; then the
-/// process is aborted. An exception for want of memory ends in the same way.
+/// process is aborted.
 [[noreturn]] ZAR_API void zarErrorMessage(const char *file, int line, const char *format, ...) ZAR_PRINTF(3, 4);
 
 #include "zarlib/trace/level_test.h"

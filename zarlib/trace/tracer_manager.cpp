@@ -97,13 +97,12 @@ uCTraceHelper::uCTraceHelper() : m_pFileTrace(new chFileTrace) {
 uCTraceHelper::~uCTraceHelper() {
   zarTraceLevelTest::s_option.store(&last_option, std::memory_order_release);
   if (!lock_for_the_end()) {
-    // Whoever holds the lock may be in the middle of a line: what it uses stays.
+    // Whoever holds the lock may be in the middle of a line: what it uses stays, and nobody closes it.
     m_object = nullptr;
-    static_cast<void>(m_pFileTrace.release());
     return;
   }
   is_open = false;
-  m_pFileTrace.reset();
+  delete m_pFileTrace;
   CloseShareObject();
   outputs.unlock();
 }
@@ -196,7 +195,7 @@ void uCTraceHelper::write_to_file(zar::line_text &line) {
 
 void uCTraceHelper::write_to_store(std::string_view line) {
   std::unique_lock hold(outputs);
-  if (is_open) {
+  if (is_open && m_object) {
     const frame_lock hold_frame(m_mutex);
     m_object->store_line(line);
     return;
@@ -207,7 +206,7 @@ void uCTraceHelper::write_to_store(std::string_view line) {
 
 int uCTraceHelper::ReadShareMemoryString(std::string &text) {
   const std::lock_guard hold(outputs);
-  if (!is_open) return 0;
+  if (!is_open || !m_object) return 0;
   const frame_lock hold_frame(m_mutex);
   int bytes = 0;
   std::string spilled;
@@ -241,7 +240,7 @@ TraceOutputOption &uCTraceHelper::read_process_option() {
     option = m_object->renew_process_option(zarGetCurrentProcessId());
   }
   if (!is_open || !option) option = &last_option;
-  zar::read_option_text(std::getenv("trace"), *option, is_open ? m_pFileTrace.get() : nullptr);
+  zar::read_option_text(std::getenv("trace"), *option, is_open ? m_pFileTrace : nullptr);
   zarTraceLevelTest::s_option.store(option, std::memory_order_release);
   return *option;
 }

@@ -19,7 +19,6 @@
 #include "zarlib/trace/tracer_block.h"
 
 #include <cstdarg>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -38,8 +37,11 @@ void trace_formatted(const char *module, const char *format, va_list args);
 ///
 /// It lives from the first trace call to the end of the process's static objects. What is traced after that, by destructors that run
 /// later still, goes to the console. Lines of several threads stay whole in every output. Nothing here filters by level: that is
-/// done by the callers, in trace.h. A forked child goes on with the choice of its parent, and with its files at its own risk:
-/// give it a file of its own by RedirectToFileTrace().
+/// done by the callers, in trace.h.
+///
+/// A forked child goes on with its parent's choice, in the record that the parent made, and in the parent's file, where each
+/// counts sizes for itself: give it a file of its own by RedirectToFileTrace(). Forked while another thread traces, it may find the
+/// outputs locked for ever; such a child must not trace.
 class ZAR_API uCTraceHelper : public ipcObjectFrame<chSystemTracerManager, chMapFile_Local, chMutex_Local> {
 public:
   /// Builds the tracer at the first call, which also arms crash capture (zarHookCrashSignal()). Other threads wait for it in steps
@@ -101,5 +103,5 @@ private:
   void write_to_file(zar::line_text &line);
   void write_to_store(std::string_view line);
 
-  std::unique_ptr<chFileTrace> m_pFileTrace;
+  chFileTrace *m_pFileTrace;
 };
