@@ -1,4 +1,5 @@
-// ZAR_API: what stands in the library's interface. Nothing else is visible in the built library.
+// ZAR_API: what stands in the library's interface. Nothing else is visible in the built library. ZAR_LOCAL keeps out
+// what stands inside a class that is exported.
 #pragma once
 
 #if defined(_WIN32)
@@ -7,8 +8,10 @@
 #else
 #define ZAR_API __declspec(dllimport)
 #endif
+#define ZAR_LOCAL
 #else
 #define ZAR_API __attribute__((visibility("default")))
+#define ZAR_LOCAL __attribute__((visibility("hidden")))
 #endif
 
 /// Lets the compiler compare a printf-style format with its arguments; both counts start at 1.

@@ -5,14 +5,17 @@
 
 /// The one balance of the process, built at first use under the guard of the static instances.
 ///
-/// The counters are atomic and not under a lock: each only ever grows by one, so callers see the same figures, and
+/// The counters are atomic and not under a lock: each only ever grows, so callers see the same figures, and
 /// there is nothing to destroy, so what static destructors do is counted to the last.
 class dymicAllocHelper {
 public:
   static dymicAllocHelper &getInstance();
 
-  void count_allocation() { m_allocations.fetch_add(1, std::memory_order_relaxed); }
-  void count_free() { m_frees.fetch_add(1, std::memory_order_relaxed); }
+  void count_allocation() { count_allocations(1); }
+  void count_free() { count_frees(1); }
+  /// For many at once, which a caller has carved from one stretch of the heap.
+  void count_allocations(int count) { m_allocations.fetch_add(count, std::memory_order_relaxed); }
+  void count_frees(int count) { m_frees.fetch_add(count, std::memory_order_relaxed); }
 
   /// Both wrap in 32 bits.
   int allocations() const { return m_allocations.load(std::memory_order_relaxed); }

@@ -1,102 +1,160 @@
 #include "zarlib/xml/node.h"
 
+#include "zarlib/xml/entities.h"
+
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <new>
+#include <type_traits>
 #include <vector>
 
-using attribute_list = chXmlAttributeObject::attribute_list;
+using zar::xml_attribute_phrase;
 using zar::xml_node;
+using zar::xml_node_blocks;
+using attribute_list = xml_node::attribute_list;
 
 namespace {
 
-constexpr size_t longest_text_in_place = 0xFFFF;
+// At least an address fits in the place of a text.
 constexpr size_t smallest_place = 8;
 static_assert(smallest_place >= sizeof(std::string *));
+static_assert(std::is_trivially_destructible_v<xml_node> && std::is_trivially_destructible_v<xml_element_node>);
 
 bool is_element_kind(int type) {
   return type == xmlTypeDeclaration || type == xmlTypeElement || type == xmlTypeDocument;
 }
 
+/// The place for a text in its record.
+size_t place_for(size_t length) {
+  return length <= xml_node::longest_in_place ? std::max(length, smallest_place) : smallest_place;
+}
+
+size_t packed_size(const xml_attribute_phrase *attributes, size_t count) {
+  size_t size = 0;
+  for (size_t i = 0; i < count; ++i)
+    size += xml_node::bytes_around_attribute + attributes[i].key.size() + attributes[i].value.size();
+  return size;
+}
+
+/// Copies a text, entities decoded. @return The end of the copy.
+char *copy_decoded(std::string_view text, char *place) {
+  if (text.size() >= 4 && text.size() <= 16 &&
+      zar::copy_in_two_words(text.data(), text.size(), place, zar::xml_word_has_ampersand))
+    return place + text.size();
+  return zar::xml_decode_to(text, place);
+}
+
+void pack(char *at, const xml_attribute_phrase *attributes, size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    char *const key = at + xml_node::bytes_around_attribute;
+    char *const value = zar::copy_short(attributes[i].key.data(), attributes[i].key.size(), key);
+    char *const end = copy_decoded(attributes[i].value, value);
+    const std::uint16_t lengths[2] = {static_cast<std::uint16_t>(value - key), static_cast<std::uint16_t>(end - value)};
+    std::memcpy(at, lengths, sizeof lengths);
+    at = end;
+  }
+}
+
 } // namespace
+
+/// Makes a record, in a block or alone, with room for packed attributes.
+xml_node *xml_node::build(xml_node_blocks *blocks, int type, bool attributes_too, std::string_view text, bool decoded,
+                          size_t packed_bytes) {
+  if (text.size() > longest_in_place) {
+    auto apart = std::make_unique<std::string>(decoded ? zar::xml_decoded(text) : text);
+    xml_node *const node = build(blocks, type, attributes_too, {}, false, packed_bytes);
+    node->put_text_apart(apart.release());
+    return node;
+  }
+  const size_t bytes = head_size(attributes_too) + place_for(text.size()) + packed_bytes;
+  std::uint32_t place = 0;
+  void *const memory = blocks ? blocks->take(bytes, place) : baseDymicAlloc().alloc(static_cast<int>(bytes));
+  if (!memory) throw std::bad_alloc();
+  char *const start = static_cast<char *>(memory) + head_size(attributes_too);
+  char *const end = decoded ? copy_decoded(text, start) : zar::copy_short(text.data(), text.size(), start);
+  const auto length = static_cast<std::uint32_t>(end - start);
+  if (attributes_too) return ::new (memory) xml_element_node(type, place, length);
+  return ::new (memory) xml_node(type, false, place, length);
+}
 
 xml_node *xml_node::make(int type, std::string_view text) {
   if (type < xmlTypeComment || type > xmlTypeDocument) return nullptr;
-  return make_record(type, is_element_kind(type), text);
+  return build(nullptr, type, is_element_kind(type), text, false, 0);
 }
 
-xml_node *xml_node::make_plain_document() { return make_record(xmlTypeDocument, false, {}); }
+xml_node *xml_node::make_plain_document() { return build(nullptr, xmlTypeDocument, false, {}, false, 0); }
 
-xml_node *xml_node::make_record(int type, bool with_attributes, std::string_view text) {
-  const bool in_place = text.size() <= longest_text_in_place;
-  auto apart = in_place ? nullptr : std::make_unique<std::string>(text);
-  const size_t head = with_attributes ? sizeof(xml_element_node) : sizeof(xml_node);
-  const size_t place = in_place ? std::max(text.size(), smallest_place) : smallest_place;
-  void *const memory = baseDymicAlloc().alloc(static_cast<int>(head + place));
-  if (!memory) throw std::bad_alloc();
-  xml_node *const made = with_attributes ? ::new (memory) xml_element_node(type) : ::new (memory) xml_node(type, false);
-  if (apart) {
-    made->put_text_apart(apart.release());
-  } else {
-    made->text_length = static_cast<std::uint16_t>(text.size());
-    std::copy(text.begin(), text.end(), made->text_place());
-  }
-  return made;
+xml_node *xml_node::make(xml_node_blocks &blocks, int type, std::string_view text, bool decoded) {
+  return build(&blocks, type, is_element_kind(type), text, decoded, 0);
 }
 
-void xml_node::destroy(xml_node *node) {
+xml_node *xml_node::make(xml_node_blocks &blocks, int type, std::string_view text,
+                         const xml_attribute_phrase *attributes, size_t count) {
+  xml_node *const node = build(&blocks, type, true, text, false, packed_size(attributes, count));
+  pack(node->packed_attributes(), attributes, count);
+  node->packed_count = static_cast<std::uint32_t>(count) & most_packed;
+  return node;
+}
+
+void xml_node::destroy(xml_node *node, zar::xml_node_returns &returns) {
   if (node->text_is_apart) delete node->text_apart();
-  if (node->has_attributes) {
-    static_cast<xml_element_node *>(node)->~xml_element_node();
-  } else {
-    node->~xmlNodeData();
-  }
-  baseDymicAlloc().free(node);
+  if (node->has_attributes) delete node->list();
+  returns.give_back(node, node->distance);
 }
 
-char *xml_node::text_place() {
-  return reinterpret_cast<char *>(this) + (has_attributes ? sizeof(xml_element_node) : sizeof(xml_node));
+char *xml_node::packed_attributes() {
+  return text_place() + (text_is_apart ? smallest_place : std::max<size_t>(text_length, smallest_place));
 }
 
 std::string *xml_node::text_apart() const {
-  std::string *text;
-  std::memcpy(&text, text_place(), sizeof text);
-  return text;
+  return reinterpret_cast<std::string *>(zar::load_word<std::uintptr_t>(text_place()));
 }
 
 void xml_node::put_text_apart(std::string *text) {
-  std::memcpy(text_place(), &text, sizeof text);
+  zar::store_word(text_place(), reinterpret_cast<std::uintptr_t>(text));
   text_is_apart = true;
 }
 
-std::string_view xml_node::text() const {
-  return text_is_apart ? std::string_view(*text_apart()) : std::string_view(text_place(), text_length);
-}
-
 void xml_node::set_text(std::string_view text) {
+  text_is_plain = false;
+  if (packed_count > 0) { // they stand behind the text
+    list_of_attributes();
+    packed_count = 0;
+  }
   if (text_is_apart) {
     text_apart()->assign(text);
   } else if (text.size() <= std::max<size_t>(text_length, smallest_place)) {
     std::memmove(text_place(), text.data(), text.size());
-    text_length = static_cast<std::uint16_t>(text.size());
+    text_length = static_cast<std::uint32_t>(text.size()) & longest_in_place;
   } else {
     put_text_apart(new std::string(text));
   }
 }
 
-attribute_list *xml_node::attributes() {
-  return has_attributes ? &static_cast<xml_element_node *>(this)->list : nullptr;
+size_t xml_node::attribute_count() const {
+  const attribute_list *const attributes = list();
+  return attributes ? attributes->size() : packed_count;
 }
 
-const attribute_list *xml_node::attributes() const { return const_cast<xml_node *>(this)->attributes(); }
+std::optional<std::string_view> xml_node::find_attribute(std::string_view key) const {
+  std::optional<std::string_view> found;
+  any_attribute([&](std::string_view name, std::string_view value) {
+    if (name == key) found = value;
+    return found.has_value();
+  });
+  return found;
+}
 
-std::string *xml_node::find_attribute(std::string_view key) {
-  attribute_list *const list = attributes();
-  if (!list) return nullptr;
-  for (auto &[name, value] : *list)
-    if (name == key) return &value;
-  return nullptr;
+attribute_list &xml_node::list_of_attributes() {
+  if (attribute_list *const known = list()) return *known;
+  auto made = std::make_unique<attribute_list>();
+  any_attribute([&](std::string_view key, std::string_view value) {
+    made->emplace_back(key, value);
+    return false;
+  });
+  attribute_list *other = nullptr; // another reader may have been faster
+  auto &place = static_cast<xml_element_node *>(this)->list;
+  return place.compare_exchange_strong(other, made.get(), std::memory_order_acq_rel) ? *made.release() : *other;
 }
 
 int xml_node::level() const {
@@ -104,17 +162,6 @@ int xml_node::level() const {
   const xml_node *top = this;
   for (; top->parent; top = top->parent) ++level;
   return top->type == xmlTypeDocument ? level - 1 : level;
-}
-
-void xml_node::link_last(xml_node &child) {
-  child.parent = this;
-  if (last_child) {
-    last_child->next = &child;
-    child.previous = last_child;
-  } else {
-    first_child = &child;
-  }
-  last_child = &child;
 }
 
 void xml_node::unlink(xml_node &child) {
@@ -125,16 +172,28 @@ void xml_node::unlink(xml_node &child) {
   child.next = child.previous = child.parent = nullptr;
 }
 
-xml_node *xml_node::copy() const {
-  xml_node *const made = make_record(type, has_attributes, text());
-  if (!has_attributes) return made;
-  zar::xml_node_owner owner(made);
-  *made->attributes() = *attributes();
-  return owner.hand_on();
+xml_node *xml_node::copy(xml_node_blocks *blocks) const {
+  if (const attribute_list *const attributes = list()) {
+    auto same = std::make_unique<attribute_list>(*attributes);
+    xml_node *const made = build(blocks, type, true, text(), false, 0);
+    static_cast<xml_element_node *>(made)->list = same.release();
+    return made;
+  }
+  size_t bytes = 0;
+  any_attribute([&](std::string_view key, std::string_view value) {
+    bytes += bytes_around_attribute + key.size() + value.size();
+    return false;
+  });
+  xml_node *const made = build(blocks, type, has_attributes, text(), false, bytes);
+  if (bytes > 0) std::memcpy(made->packed_attributes(), packed_attributes(), bytes);
+  made->packed_count = packed_count;
+  made->text_is_plain = text_is_plain;
+  return made;
 }
 
 xml_node *xml_node::copy_tree() const {
-  zar::xml_node_owner top(copy());
+  xml_node_blocks blocks;
+  zar::xml_node_owner top(copy(&blocks));
   std::vector<const xml_node *> above; // the nodes from this one down to the parent of the one being copied
   const xml_node *from = this;
   xml_node *to = top.get();
@@ -152,23 +211,33 @@ xml_node *xml_node::copy_tree() const {
       from = from->next;
       to = to->parent;
     }
-    xml_node *const child = from->copy();
+    xml_node *const child = from->copy(&blocks);
     to->link_last(*child);
     to = child;
   }
 }
 
+/// @return Whether it was the last one. A sole reference is ours, and nobody else can make another from it.
+bool xml_node::drop_reference() {
+  return references.load(std::memory_order_acquire) == 1 || references.fetch_sub(1, std::memory_order_acq_rel) == 1;
+}
+
 int xml_node::release(xml_node *node) {
   const int left = node->references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-  if (left != 0) return left;
-  // The dead are a stack of their own: `parent` of each leads back to the one whose child it was, and `last_child` to the child
-  // that comes next, from the last to the first.
+  if (left == 0) dissolve(node);
+  return left;
+}
+
+/// Takes apart what nothing holds any more. The dead are a stack of their own: `parent` of each leads back to the one
+/// whose child it was, and `last_child` to the child that comes next, from the last to the first.
+void xml_node::dissolve(xml_node *node) {
+  zar::xml_node_returns returns;
   node->parent = nullptr;
   while (node) {
     xml_node *const child = node->last_child;
     if (!child) {
       xml_node *const above = node->parent;
-      destroy(node);
+      destroy(node, returns);
       node = above;
       continue;
     }
@@ -183,5 +252,4 @@ int xml_node::release(xml_node *node) {
       node = child;
     }
   }
-  return 0;
 }

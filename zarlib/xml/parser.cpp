@@ -2,18 +2,14 @@
 
 #include "zarlib/xml/entities.h"
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 #include <unordered_map>
 
 namespace zar {
 
 namespace {
-
-constexpr std::string_view white_space = " \t\r\n";
-constexpr std::string_view comment_start = "<!--", comment_end = "-->";
-constexpr std::string_view cdata_start = "<![CDATA[", cdata_end = "]]>";
-constexpr std::string_view declaration_start = "<?", declaration_end = "?>";
-constexpr std::string_view end_tag_start = "</";
 
 constexpr auto table_of(std::string_view set) {
   std::array<bool, 256> table{};
@@ -21,58 +17,76 @@ constexpr auto table_of(std::string_view set) {
   return table;
 }
 
-constexpr auto is_white = table_of(white_space);
-constexpr auto is_delimiter = table_of(" \t\r\n\"=<>");
+constexpr auto white_table = table_of(" \t\r\n");
+constexpr auto plain_name_table = table_of(" \t\r\n\"=<>&'");
+constexpr auto delimiter_table = table_of(" \t\r\n\"=<>");
 
-bool is_in(const std::array<bool, 256> &table, char c) { return table[static_cast<unsigned char>(c)]; }
+bool is_white(char c) { return white_table[static_cast<unsigned char>(c)]; }
+bool ends_plain_name(char c) { return plain_name_table[static_cast<unsigned char>(c)]; }
+bool is_delimiter(char c) { return delimiter_table[static_cast<unsigned char>(c)]; }
 
-std::string_view trim_left(std::string_view text) {
-  size_t at = 0;
-  while (at < text.size() && is_in(is_white, text[at])) ++at;
-  return text.substr(at);
-}
+// The inner steps go on pairs of pointers, which stay in registers.
 
-std::string_view trim_right(std::string_view text) {
-  while (!text.empty() && is_in(is_white, text.back())) text.remove_suffix(1);
-  return text;
-}
+std::string_view between(const char *from, const char *to) { return {from, static_cast<size_t>(to - from)}; }
 
-std::string_view trim_both(std::string_view text) { return trim_left(trim_right(text)); }
-
-size_t find_delimiter(std::string_view text) {
-  size_t at = 0;
-  while (at < text.size() && !is_in(is_delimiter, text[at])) ++at;
+const char *skip_white(const char *at, const char *end) {
+  while (at != end && is_white(*at)) ++at;
   return at;
 }
 
-bool starts_with(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
+const char *trim_back(const char *start, const char *end) {
+  while (end != start && is_white(end[-1])) --end;
+  return end;
+}
 
-bool has_entity(std::string_view phrase) { return phrase.find('&') != std::string_view::npos; }
+std::string_view trim_both(const char *start, const char *end) {
+  start = skip_white(start, end);
+  return between(start, trim_back(start, end));
+}
 
-std::string decoded(std::string_view phrase) { return has_entity(phrase) ? xml_decoded(phrase) : std::string(phrase); }
+/// The first `c`, or null.
+const char *find(const char *at, const char *end, char c) {
+  if (at != end && *at == c) return at;
+  return at == end ? nullptr : static_cast<const char *>(std::memchr(at, c, static_cast<size_t>(end - at)));
+}
 
-void add_child(xml_node &parent, int type, std::string_view text) { parent.link_last(*xml_node::make(type, text)); }
+/// The name or key at `at`: all up to the next delimiter. @param plain  Whether none of its characters has an entity.
+std::string_view name_at(const char *at, const char *end, bool &plain) {
+  const char *const start = at;
+  while (at != end && !ends_plain_name(*at)) ++at;
+  plain = at == end || is_delimiter(*at);
+  while (at != end && !is_delimiter(*at)) ++at;
+  return between(start, at);
+}
 
-void add_text(xml_node &parent, std::string_view phrase) {
-  if (has_entity(phrase)) {
-    add_child(parent, xmlTypeText, xml_decoded(phrase));
-  } else {
-    add_child(parent, xmlTypeText, phrase);
-  }
+/// Reads the attribute at `at`. @return The place behind it and the white space that follows.
+const char *take_attribute(const char *at, const char *end, xml_attribute_phrase &attribute) {
+  attribute.key = name_at(at, end, attribute.key_is_plain);
+  at = skip_white(at + attribute.key.size(), end);
+  if (at == end || *at != '=') throw "an attribute without \"=\", or a delimiter in its key";
+  at = skip_white(at + 1, end);
+  if (at == end || (*at != '"' && *at != '\'')) throw "an attribute's value without quotes";
+  const char quote = *at;
+  at = skip_white(at + 1, end);
+  const char *const value_end = find(at, end, quote);
+  if (!value_end) throw "an attribute's value without end";
+  attribute.value = between(at, trim_back(at, value_end));
+  if (value_end + 1 != end && !is_white(value_end[1])) throw "no white space behind an attribute's value";
+  return skip_white(value_end + 1, end);
 }
 
 /// Sets attributes in a list. Beyond a handful it keeps an index, so that a tag with many costs no more for each.
 class attribute_setter {
 public:
-  explicit attribute_setter(chXmlAttributeObject::attribute_list &list) : m_list(list) {}
+  explicit attribute_setter(xml_node::attribute_list &list) : m_list(list) {}
 
-  void set(std::string_view key_phrase, std::string_view value_phrase) {
-    std::string key = decoded(key_phrase);
+  void set(const xml_attribute_phrase &attribute) {
+    std::string key = xml_decoded(attribute.key);
     if (std::string *const value = find(key)) {
-      *value = decoded(value_phrase);
+      *value = xml_decoded(attribute.value);
       return;
     }
-    auto &[name, value] = m_list.emplace_back(std::move(key), decoded(value_phrase));
+    auto &[name, value] = m_list.emplace_back(std::move(key), xml_decoded(attribute.value));
     if (!m_index.empty()) m_index.emplace(name, &value);
   }
 
@@ -93,7 +107,7 @@ private:
     return found == m_index.end() ? nullptr : found->second;
   }
 
-  chXmlAttributeObject::attribute_list &m_list;
+  xml_node::attribute_list &m_list;
   std::unordered_map<std::string_view, std::string *> m_index;
 };
 
@@ -116,99 +130,132 @@ private:
   xml_node *m_child = nullptr;
 };
 
+/// What follows a name, less the delimiter and white space.
+const char *behind(std::string_view name, const char *end) {
+  const char *const at = name.data() + name.size();
+  return at == end ? end : skip_white(at + 1, end);
+}
+
+void set_attributes(xml_node &node, const char *at, const char *end) {
+  if (at == end || !node.has_attributes) return;
+  attribute_setter setter(node.list_of_attributes());
+  xml_attribute_phrase attribute;
+  for (; at != end; setter.set(attribute)) at = take_attribute(at, end, attribute);
+}
+
 } // namespace
 
-xml_tag_inside::xml_tag_inside(std::string_view inside) {
-  const size_t end = find_delimiter(inside);
-  name = inside.substr(0, end);
-  if (end < inside.size()) attributes = trim_left(inside.substr(end + 1));
+xml_tag_inside::xml_tag_inside(std::string_view inside) : end(inside.data() + inside.size()) {
+  name = name_at(inside.data(), end, name_is_plain);
+  attributes = behind(name, end);
 }
+
+xml_tag_inside::xml_tag_inside(std::string_view tag_name, bool plain_name, const char *inside_end)
+    : name(tag_name), name_is_plain(plain_name), attributes(behind(name, inside_end)), end(inside_end) {}
 
 void xml_tag_inside::set_attributes(xml_node &node) const {
   if (name.empty()) throw "a tag without a name";
-  std::string_view rest = attributes;
-  if (rest.empty()) return;
-  attribute_setter setter(*node.attributes());
-  while (!rest.empty()) {
-    const size_t equals = rest.find('=');
-    if (equals == std::string_view::npos) throw "an attribute without \"=\"";
-    const std::string_view key = trim_right(rest.substr(0, equals));
-    if (find_delimiter(key) < key.size()) throw "a delimiter in an attribute's key";
-    rest = trim_left(rest.substr(equals + 1));
-    if (rest.empty() || (rest[0] != '"' && rest[0] != '\'')) throw "an attribute's value without quotes";
-    const char quote = rest[0];
-    rest = trim_left(rest.substr(1));
-    const size_t end = rest.find(quote);
-    if (end == std::string_view::npos) throw "an attribute's value without end";
-    const std::string_view value = trim_right(rest.substr(0, end));
-    rest.remove_prefix(end + 1);
-    if (!rest.empty() && !is_in(is_white, rest[0])) throw "no white space behind an attribute's value";
-    setter.set(key, value);
-    rest = trim_left(rest);
+  zar::set_attributes(node, attributes, end);
+}
+
+bool xml_reader::has_attribute(size_t count, std::string_view key) const {
+  for (size_t i = 0; i < count; ++i)
+    if (m_attributes[i].key == key) return true;
+  return false;
+}
+
+/// Makes the node of a tag. Attributes are packed as long as they are few and simple; what follows goes into the list.
+xml_node *xml_reader::tag_node(int type, const xml_tag_inside &tag) {
+  const char *at = tag.attributes, *const end = tag.end;
+  size_t count = 0, bytes = 0;
+  while (at != end && count < xml_node::most_packed) {
+    xml_attribute_phrase &attribute = m_attributes[count];
+    const char *const next = take_attribute(at, end, attribute);
+    bytes += xml_node::bytes_around_attribute + attribute.key.size() + attribute.value.size();
+    if (bytes > xml_node::longest_in_place || !attribute.key_is_plain || has_attribute(count, attribute.key)) break;
+    ++count;
+    at = next;
   }
+  xml_node_owner made(xml_node::make(m_blocks, type, tag.name, m_attributes, count));
+  made.get()->text_is_plain = tag.name_is_plain;
+  if (tag.name.empty()) throw "a tag without a name";
+  if (at != end) set_attributes(*made.get(), at, end);
+  return made.hand_on();
+}
+
+bool xml_reader::skip(std::string_view start) {
+  if (rest().substr(0, start.size()) != start) return false;
+  m_at += start.size();
+  return true;
 }
 
 std::string_view xml_reader::piece_up_to(std::string_view mark, const char *failure) {
-  const size_t end = m_rest.find(mark);
-  if (end == std::string_view::npos) throw failure;
-  const std::string_view piece = m_rest.substr(0, end);
-  m_rest.remove_prefix(end + mark.size());
+  const size_t length = rest().find(mark);
+  if (length == std::string_view::npos) throw failure;
+  const std::string_view piece(m_at, length);
+  m_at += length + mark.size();
   return piece;
 }
 
-std::string_view xml_reader::declaration() { return piece_up_to(declaration_end, "a declaration without end"); }
+std::string_view xml_reader::declaration() { return piece_up_to("?>", "a declaration without end"); }
 
 // Quotes do not count: settled, files in the field are written with entities for what stands in values.
-std::string_view xml_reader::tag(bool &closed) {
-  std::string_view inside = piece_up_to(">", "a tag without end");
-  closed = !inside.empty() && inside.back() == '/';
-  if (closed) inside.remove_suffix(1);
-  return inside;
+xml_tag_inside xml_reader::tag(bool &closed) {
+  bool plain;
+  std::string_view name = name_at(m_at, m_end, plain);
+  const char *const start = m_at, *end = find(start + name.size(), m_end, '>');
+  if (!end) throw "a tag without end";
+  m_at = end + 1;
+  closed = end != start && end[-1] == '/';
+  if (closed) --end;
+  if (name.data() + name.size() > end) name.remove_suffix(1);
+  return {name, plain, end};
 }
 
-void xml_reader::trim_rest() { m_rest = trim_both(m_rest); }
+void xml_reader::trim_rest() {
+  m_at = skip_white(m_at, m_end);
+  m_end = trim_back(m_at, m_end);
+}
 
-// The name is looked at only where the tag lacks its end, at the end of the text: settled, files in the field rely on it.
+// The name is looked at only where the tag lacks its end, at the end of the text: settled, files in the field rely on
+// it.
 void xml_reader::end_tag(const xml_node &element) {
-  m_rest.remove_prefix(end_tag_start.size());
-  const size_t end = m_rest.find('>');
-  if (end != std::string_view::npos) {
-    m_rest.remove_prefix(end + 1);
-  } else if (trim_both(m_rest) == element.text()) {
-    m_rest = {};
-  } else {
-    throw "an end tag without end";
-  }
+  m_at += 2;
+  const char *const end = find(m_at, m_end, '>');
+  if (!end && trim_both(m_at, m_end) != element.text()) throw "an end tag without end";
+  m_at = end ? end + 1 : m_end;
 }
 
 void xml_reader::element_content(xml_node &element) {
-  m_rest = content(element);
-  if (!starts_with(m_rest, end_tag_start)) throw "an element without end tag";
+  const std::string_view left = content(element);
+  if (left.substr(0, 2) != "</") throw "an element without end tag";
   end_tag(element);
 }
 
 /// Reads what starts with "<", and adds it to `parent`. @return The element whose content follows, or null.
 xml_node *xml_reader::markup(xml_node &parent) {
-  if (starts_with(m_rest, comment_start)) {
-    m_rest.remove_prefix(comment_start.size());
-    add_child(parent, xmlTypeComment, trim_both(piece_up_to(comment_end, "a comment without end")));
-    return nullptr;
+  const char kind = m_end - m_at > 1 ? m_at[1] : '\0';
+  std::string_view piece;
+  if (kind == '!' && skip("<!--")) {
+    piece = piece_up_to("-->", "a comment without end");
+    piece = trim_both(piece.data(), piece.data() + piece.size());
+    parent.link_last(*xml_node::make(m_blocks, xmlTypeComment, piece, false));
+  } else if (kind == '!' && skip("<![CDATA[")) {
+    piece = piece_up_to("]]>", "a CDATA section without end");
+    piece = trim_both(piece.data(), piece.data() + piece.size());
+    parent.link_last(*xml_node::make(m_blocks, xmlTypeCData, piece, false));
+  } else if (kind == '?') {
+    m_at += 2;
+    parent.link_last(*tag_node(xmlTypeDeclaration, xml_tag_inside(declaration())));
+  } else {
+    ++m_at;
+    bool closed;
+    xml_node *const element = tag_node(xmlTypeElement, tag(closed));
+    parent.link_last(*element);
+    if (!closed) return element;
+    trim_rest();
   }
-  if (starts_with(m_rest, cdata_start)) {
-    m_rest.remove_prefix(cdata_start.size());
-    add_child(parent, xmlTypeCData, trim_both(piece_up_to(cdata_end, "a CDATA section without end")));
-    return nullptr;
-  }
-  const bool is_declaration = starts_with(m_rest, declaration_start);
-  bool closed = true;
-  m_rest.remove_prefix(is_declaration ? declaration_start.size() : 1);
-  const xml_tag_inside inside(is_declaration ? declaration() : tag(closed));
-  xml_node_owner made(xml_node::make(is_declaration ? xmlTypeDeclaration : xmlTypeElement, inside.name));
-  inside.set_attributes(*made.get());
-  if (!is_declaration && closed) trim_rest();
-  parent.link_last(*made.get());
-  xml_node *const added = made.hand_on();
-  return closed ? nullptr : added;
+  return nullptr;
 }
 
 std::string_view xml_reader::content(xml_node &root) {
@@ -217,14 +264,15 @@ std::string_view xml_reader::content(xml_node &root) {
   bool any = false;
   std::string_view text; // the last piece of text ahead of a tag on the outermost level
   for (;;) {
-    const size_t at = m_rest.find('<');
-    if (at == std::string_view::npos) break;
-    const std::string_view before = trim_right(m_rest.substr(0, at));
-    m_rest.remove_prefix(at);
-    if (!before.empty()) add_text(*open, before);
+    const char *const start = skip_white(m_at, m_end);
+    const char *const mark = find(start, m_end, '<');
+    if (!mark) break;
+    const std::string_view before = between(m_at, mark == start ? m_at : trim_back(start, mark));
+    m_at = mark;
+    if (!before.empty()) open->link_last(*xml_node::make(m_blocks, xmlTypeText, before, true));
     if (open == &root) text = before, any = true;
-    if (starts_with(m_rest, end_tag_start)) {
-      if (open == &root) return m_rest;
+    if (m_end - mark > 1 && mark[1] == '/') {
+      if (open == &root) return rest();
       end_tag(*open);
       trim_rest();
       open = open->parent;
@@ -236,7 +284,8 @@ std::string_view xml_reader::content(xml_node &root) {
   }
   if (open != &root) throw "an element without end tag";
   // The last piece of text ahead of a tag, and not what follows the last tag: settled, callers rely on it.
-  return trim_left(any ? text : m_rest);
+  if (!any) text = rest();
+  return between(skip_white(text.data(), text.data() + text.size()), text.data() + text.size());
 }
 
 } // namespace zar

@@ -7,24 +7,41 @@
 
 namespace zar {
 
+/// The inside of a tag: a name, and what follows it.
+struct xml_tag_inside {
+  explicit xml_tag_inside(std::string_view inside);
+  xml_tag_inside(std::string_view tag_name, bool plain_name, const char *inside_end);
+
+  std::string_view name;  ///< empty where one is missing: malformed
+  bool name_is_plain;     ///< without characters that have an entity
+  const char *attributes; ///< behind the white space that follows the name
+  const char *end;
+
+  /// Sets the attributes in a node, which stay set if a later one is malformed. Throws as xml_reader does, for a
+  /// missing name too.
+  void set_attributes(xml_node &node) const;
+};
+
 /// Reads a text from the front; what is left is always its end, perhaps with white space cut off behind.
 ///
 /// Every operation throws a `const char *` that points at a constant text when the markup is malformed.
 class xml_reader {
 public:
   /// REQUIRES: the text outlives the reader.
-  explicit xml_reader(std::string_view text) : m_rest(text) {}
+  explicit xml_reader(std::string_view text) : m_at(text.data()), m_end(text.data() + text.size()) {}
 
   /// What has not been read.
-  std::string_view rest() const { return m_rest; }
+  std::string_view rest() const { return {m_at, static_cast<size_t>(m_end - m_at)}; }
 
-  /// Reads a sequence of children into `root`, up to an end tag that matches none of them. After a failure `root` holds the
-  /// children that were complete.
-  /// @return What the sequence leaves: the end tag and all behind it, or a piece of text, as chXmlObject::parseContent() tells.
+  /// Reads a sequence of children into `root`, up to an end tag that matches none of them. After a failure `root` holds
+  /// the children that were complete.
+  /// @return What the sequence leaves: the end tag and all behind it, or a piece of text, as
+  /// chXmlObject::parseContent() tells.
   std::string_view content(xml_node &root);
 
-  /// From behind a tag's "<" to behind its ">". @return The inside; `closed` tells whether the tag closes its element too.
-  std::string_view tag(bool &closed);
+  /// From behind a tag's "<" to behind its ">". @return The inside; `closed` tells whether the tag closes its element
+  /// too.
+  xml_tag_inside tag(bool &closed);
 
   /// What follows the start tag of `element`: its children and its end tag.
   void element_content(xml_node &element);
@@ -36,22 +53,17 @@ public:
   std::string_view declaration();
 
 private:
+  bool skip(std::string_view start);
   std::string_view piece_up_to(std::string_view mark, const char *failure);
+  xml_node *tag_node(int type, const xml_tag_inside &tag);
+  bool has_attribute(size_t count, std::string_view key) const;
   xml_node *markup(xml_node &parent);
   void end_tag(const xml_node &element);
 
-  std::string_view m_rest;
-};
-
-/// The name at the start of a tag's inside, and what follows it.
-struct xml_tag_inside {
-  explicit xml_tag_inside(std::string_view inside);
-
-  std::string_view name;       ///< empty where one is missing: malformed
-  std::string_view attributes; ///< without leading white space
-
-  /// Sets the attributes in a node of element kind. Throws like xml_reader, also for a missing name.
-  void set_attributes(xml_node &node) const;
+  const char *m_at;
+  const char *m_end;
+  xml_node_blocks m_blocks;
+  xml_attribute_phrase m_attributes[xml_node::most_packed]; // of the tag being read
 };
 
 } // namespace zar

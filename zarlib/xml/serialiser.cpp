@@ -1,52 +1,19 @@
 #include "zarlib/xml/serialiser.h"
 
-#include "zarlib/xml/entities.h"
+#include "zarlib/xml/text_sink.h"
 
-#include <algorithm>
-#include <cstring>
 #include <vector>
 
 namespace zar {
 
 namespace {
 
-/// Measures a text.
-class counting_sink {
-public:
-  void put(std::string_view text) { m_size += text.size(); }
-  void put_blanks(size_t count) { m_size += count; }
-  void put_escaped(std::string_view text) { m_size += xml_escaped_size(text); }
-  size_t size() const { return m_size; }
-
-private:
-  size_t m_size = 0;
-};
-
-/// Writes a text into a place of sufficient size.
-class writing_sink {
-public:
-  explicit writing_sink(char *at) : m_at(at) {}
-  void put(std::string_view text) {
-    std::memcpy(m_at, text.data(), text.size());
-    m_at += text.size();
-  }
-  void put_blanks(size_t count) {
-    std::memset(m_at, ' ', count);
-    m_at += count;
-  }
-  void put_escaped(std::string_view text) {
-    xml_escape(text, [this](std::string_view piece) { put(piece); });
-  }
-
-private:
-  char *m_at;
-};
-
 /// Walks over a tree, without recursion, and writes each node.
-template <class Sink>
 class exporter {
 public:
-  exporter(Sink &sink, bool compact) : m_sink(sink), m_compact(compact) {}
+  explicit exporter(bool compact) : m_compact(compact) {}
+
+  std::string text() const { return m_sink.text(); }
 
   void run(const xml_node &top, xml_form form) {
     begin(top, top.level(), form);
@@ -64,18 +31,28 @@ public:
   }
 
   void attributes(const xml_node &node) {
-    const auto *const list = node.attributes();
-    if (!list) return;
-    for (const auto &[key, value] : *list) {
+    const bool plain_keys = node.attributes_are_packed();
+    node.any_attribute([this, plain_keys](std::string_view key, std::string_view value) {
       m_sink.put(" ");
-      m_sink.put_escaped(key);
+      put(key, plain_keys);
       m_sink.put("=\"");
       m_sink.put_escaped(value);
       m_sink.put("\"");
-    }
+      return false;
+    });
   }
 
 private:
+  void put(std::string_view text, bool is_plain) {
+    if (is_plain) {
+      m_sink.put(text);
+    } else {
+      m_sink.put_escaped(text);
+    }
+  }
+
+  void put_text(const xml_node &node) { put(node.text(), node.text_is_plain); }
+
   /// A node whose children are being written.
   struct opened {
     const xml_node *node;
@@ -92,12 +69,12 @@ private:
       return piece("<!-- ", node, " -->", level);
     case xmlTypeText:
       indent(level);
-      m_sink.put_escaped(node.text());
+      put_text(node);
       return end_line();
     case xmlTypeDeclaration:
       indent(level);
       m_sink.put("<?");
-      m_sink.put_escaped(node.text());
+      put_text(node);
       attributes(node);
       m_sink.put("?>");
       return end_line();
@@ -119,7 +96,7 @@ private:
     indent(level);
     m_sink.put(before);
     if (m_compact) {
-      m_sink.put_escaped(node.text());
+      put_text(node);
     } else {
       m_sink.put(node.text());
     }
@@ -130,17 +107,17 @@ private:
   void element(const xml_node &node, int level) {
     indent(level);
     m_sink.put("<");
-    m_sink.put_escaped(node.text());
+    put_text(node);
     attributes(node);
     if (node.holds_one_text()) {
       m_sink.put(">");
-      m_sink.put_escaped(node.first_child->text());
+      put_text(*node.first_child);
       end_tag(node);
     } else if (node.first_child) {
       m_sink.put(">");
       end_line();
       open(node, level, true);
-    } else if (node.attributes() && !node.attributes()->empty()) {
+    } else if (node.attribute_count() > 0) {
       m_sink.put("/>");
       end_line();
     } else {
@@ -156,7 +133,7 @@ private:
 
   void end_tag(const xml_node &node) {
     m_sink.put("</");
-    m_sink.put_escaped(node.text());
+    put_text(node);
     m_sink.put(">");
     end_line();
   }
@@ -169,30 +146,23 @@ private:
     if (!m_compact) m_sink.put("\r\n");
   }
 
-  Sink &m_sink;
+  text_sink m_sink;
   bool m_compact;
   std::vector<opened> m_open;
 };
 
-/// Runs `write` twice, to measure and to write.
-template <class Write>
-std::string sized(Write write) {
-  counting_sink count;
-  write(count);
-  std::string text(count.size(), '\0');
-  writing_sink sink(text.data());
-  write(sink);
-  return text;
-}
-
 } // namespace
 
 std::string xml_export(const xml_node &node, xml_form form, bool compact) {
-  return sized([&](auto &sink) { exporter(sink, compact).run(node, form); });
+  exporter writer(compact);
+  writer.run(node, form);
+  return writer.text();
 }
 
 std::string xml_export_attributes(const xml_node &node) {
-  return sized([&](auto &sink) { exporter(sink, true).attributes(node); });
+  exporter writer(true);
+  writer.attributes(node);
+  return writer.text();
 }
 
 } // namespace zar

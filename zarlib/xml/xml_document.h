@@ -16,12 +16,12 @@ public:
 
   /// Reads a whole text. Time and memory grow linearly with the text, whatever its shape.
   ///
-  /// The reader is tolerant and strict in its own way: end tags may bear any name, and text behind the last element is dropped;
-  /// but text ahead of the last top-level tag, a byte order mark included, a raw ">" inside a value, a document type or an
-  /// instruction with bare words is refused. White space at the edges of values, comments and CDATA sections is lost, and
-  /// trailing white space of texts; numeric references stay as they stand.
-  /// @return The document. Malformed text gives a new document without children, which is also what an empty text gives.
-  ///         Nothing is thrown but std::bad_alloc.
+  /// The reader is tolerant and strict in its own way: end tags may bear any name, and text behind the last element is
+  /// dropped; but text directly ahead of the last top-level tag, a byte order mark included, a raw ">" inside a value,
+  /// a document type or an instruction with bare words is refused. White space at the edges of values, comments and
+  /// CDATA sections is lost, and trailing white space of texts; numeric references stay as they stand.
+  /// @return The document. Malformed text gives a new document without children, which is also what an empty text
+  ///         gives. Nothing is thrown but std::bad_alloc.
   static chXmlDocument ParseDocument(const std::string &text);
 };
 

@@ -1,12 +1,12 @@
 #include "zarlib/xml/xml_escape.h"
 
 #include "zarlib/xml/entities.h"
+#include "zarlib/xml/text_sink.h"
 
 std::string xmlText2XMLPhrase(const std::string &text) {
-  std::string phrase;
-  phrase.reserve(zar::xml_escaped_size(text));
-  zar::xml_escape(text, [&](std::string_view piece) { phrase.append(piece); });
-  return phrase;
+  zar::text_sink phrase;
+  phrase.put_escaped(text);
+  return phrase.text();
 }
 
 std::string xmlXMLPhrase2Text(const std::string &phrase) { return zar::xml_decoded(phrase); }

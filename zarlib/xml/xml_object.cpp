@@ -15,10 +15,7 @@ auto named(std::string_view name) {
 }
 
 auto with_attribute(std::string_view key, std::string_view value) {
-  return [=](zar::xml_node &node) {
-    const std::string *const stored = node.find_attribute(key);
-    return stored && *stored == value;
-  };
+  return [=](const zar::xml_node &node) { return node.find_attribute(key) == value; };
 }
 
 } // namespace
@@ -55,7 +52,7 @@ void chXmlObject::release_node_data() {
 
 int chXmlObject::release_node_data(xmlNodeData *node) { return xmlNodeData::release(node); }
 
-chXmlObject::xmlNodeData *chXmlObject::clone_data(xmlNodeData *node) { return node ? node->copy() : nullptr; }
+chXmlObject::xmlNodeData *chXmlObject::clone_data(xmlNodeData *node) { return node ? node->copy(nullptr) : nullptr; }
 
 xmlType chXmlObject::type() const { return m_node ? static_cast<xmlType>(m_node->type) : xmlTypeNone; }
 
@@ -116,7 +113,7 @@ chXmlObject chXmlObject::AddChildObject(xmlType type, const std::string &text) {
 }
 
 chXmlElement chXmlObject::AddChildElement(const std::string &name) {
-  const chXmlElement child(name);
+  chXmlElement child(name);
   AddChildObject(child);
   return child;
 }
@@ -168,49 +165,45 @@ std::string chXmlObject::ExportAttributes() const {
 chXmlAttributeObject::chXmlAttributeObject() = default;
 
 std::string chXmlAttributeObject::parseContent(const std::string &text) {
-  const std::string copy = text; // it may be one of the values that are overwritten
+  const std::string copy(text.data(), text.size()); // it may be one of the values that are overwritten
   const zar::xml_tag_inside inside(copy);
   if (!inside.name.empty()) m_node->set_text(inside.name);
   inside.set_attributes(*m_node);
   return std::string();
 }
 
-int chXmlAttributeObject::GetAttributeCount() const {
-  const attribute_list *const list = m_node ? m_node->attributes() : nullptr;
-  return list ? static_cast<int>(list->size()) : 0;
-}
+int chXmlAttributeObject::GetAttributeCount() const { return m_node ? static_cast<int>(m_node->attribute_count()) : 0; }
 
 const chXmlAttributeObject::attribute_list &chXmlAttributeObject::GetAttributeData() const {
   static const attribute_list none;
-  const attribute_list *const list = m_node->attributes();
-  return list ? *list : none;
+  return m_node->has_attributes ? m_node->list_of_attributes() : none;
 }
 
 std::string *chXmlAttributeObject::FindAttributeValue(const std::string &key) const {
-  return m_node ? m_node->find_attribute(key) : nullptr;
+  if (!m_node || !m_node->find_attribute(key)) return nullptr;
+  for (auto &[name, value] : m_node->list_of_attributes())
+    if (name == key) return &value;
+  return nullptr;
 }
 
 std::string chXmlAttributeObject::GetAttributeValue(const std::string &key, const std::string &defaultValue) const {
-  const std::string *const value = FindAttributeValue(key);
-  return value ? *value : defaultValue;
+  const auto value = m_node ? m_node->find_attribute(key) : std::nullopt;
+  return value ? std::string(*value) : defaultValue;
 }
 
 int chXmlAttributeObject::SetAttributeValue(const std::string &key, const std::string &value) {
-  std::string *const stored = m_node->find_attribute(key);
-  if (stored && *stored == value) return 0;
-  if (stored) {
+  if (!m_node->has_attributes || m_node->find_attribute(key) == value) return 0;
+  if (std::string *const stored = FindAttributeValue(key)) {
     *stored = value;
-    return 1;
+  } else {
+    m_node->list_of_attributes().emplace_back(key, value);
   }
-  attribute_list *const list = m_node->attributes();
-  if (!list) return 0;
-  list->emplace_back(key, value);
   return 1;
 }
 
 void chXmlAttributeObject::FastRemoveAttributeValue(const std::string &value) {
-  if (attribute_list *const list = m_node->attributes())
-    list->remove_if([&](const auto &attribute) { return &attribute.second == &value; });
+  if (!m_node->has_attributes) return;
+  m_node->list_of_attributes().remove_if([&](const auto &attribute) { return &attribute.second == &value; });
 }
 
 chXmlDeclaration::chXmlDeclaration() = default;
@@ -235,7 +228,7 @@ chXmlElement::chXmlElement(const chXmlObject &other) : chXmlElement() {
 std::string chXmlElement::parseContent(const std::string &text) {
   zar::xml_reader reader(text);
   bool closed = false;
-  const zar::xml_tag_inside inside(reader.tag(closed));
+  const zar::xml_tag_inside inside = reader.tag(closed);
   const chXmlObject before = *this; // `text` may belong to it
   adopt(xmlNodeData::make(xmlTypeElement, inside.name));
   inside.set_attributes(*m_node);

@@ -31,20 +31,22 @@ enum xmlType : int {
 
 /// A handle on a node of an XML tree, or on nothing.
 ///
-/// Copying a handle shares the node; only clone() copies one. A node lives as long as any handle is on it or any living parent
-/// links it. When a tree goes, a node in it that still has a handle comes out as a root of its own, with its subtree whole.
-/// Dropping and cloning a tree need no stack, however deep it is.
+/// Copying a handle shares the node; only clone() copies one. A node lives as long as any handle is on it or any living
+/// parent links it. When a tree goes, a node in it that still has a handle comes out as a root of its own, with its
+/// subtree whole. Dropping and cloning a tree need no stack, however deep it is.
 ///
-/// Handles on one tree may be copied and dropped by several threads at once. A single handle belongs to one thread at a time, and
-/// the tree's links, texts and attributes are under no lock: one thread may change them, while no other reads them; any number
-/// may read.
+/// Handles on one tree may be copied and dropped by several threads at once. A single handle belongs to one thread at a
+/// time, and the tree's links, texts and attributes are under no lock: one thread may change them, while no other reads
+/// them; any number may read. Dropping the last handle on a node changes the links of its children.
 ///
-/// Copying a handle costs one atomic addition, and navigation one more; neither copies text. Node records are blocks of
-/// baseDymicAlloc, one counted allocation each.
+/// Copying a handle costs one atomic addition, and navigation one more; neither copies text. Each node counts as one
+/// allocation in the balance of baseDymicAlloc. The nodes of a text that was read, and of a clone, lie side by side in
+/// blocks of up to 32 KB; a block goes when its last node has gone, so a handle on one node of a large tree that has
+/// been dropped keeps that much.
 class ZAR_API chXmlObject : public baseDymicAlloc {
 public:
   /// The record of one node; its layout is the library's own.
-  struct xmlNodeData;
+  struct ZAR_LOCAL xmlNodeData;
 
   /// An empty handle.
   chXmlObject();
@@ -54,19 +56,19 @@ public:
   chXmlObject(xmlType type, const std::string &text);
   ~chXmlObject();
 
-  /// Lets go of the own node, then shares the other's. Assigning a handle to itself therefore leaves it EMPTY, and drops the node
-  /// if this was the last handle on it.
+  /// Lets go of the own node, then shares the other's. Assigning a handle to itself therefore leaves it EMPTY, and
+  /// drops the node if this was the last handle on it.
   chXmlObject &operator=(const chXmlObject &other);
 
-  /// Reads `text` as a sequence of texts, comments, sections, declarations and elements, and adds them as children. An empty handle
-  /// receives a document node, without room for attributes, when the first child is added.
+  /// Reads `text` as a sequence of texts, comments, sections, declarations and elements, and adds them as children. An
+  /// empty handle receives a document node, without room for attributes, when the first child is added.
   ///
-  /// The nodes below are read by the library's own classes, whatever overrides this. Time and memory grow linearly with the text;
-  /// nesting needs no stack.
-  /// @return What was not understood, and what is not always the tail of `text`: from the first unmatched end tag "</" on; without
-  ///         any "<" the text less its leading white space; otherwise, the text being used up, the last piece of character data
-  ///         that stood AHEAD of a top-level tag or comment, trimmed at both ends, and empty if there was none directly ahead of
-  ///         the last one. Character data behind the last tag is dropped.
+  /// The nodes below are read by the library's own classes, whatever overrides this. Time and memory grow linearly with
+  /// the text; nesting needs no stack.
+  /// @return What was not understood, and what is not always the tail of `text`: from the first unmatched end tag "</"
+  ///         on; without any "<" the text less its leading white space; otherwise, the text being used up, the last
+  ///         piece of character data that stood AHEAD of a top-level tag or comment, trimmed at both ends, and empty if
+  ///         there was none directly ahead of the last one. Character data behind the last tag is dropped.
   /// @throws const char *  A constant text, at malformed markup. The children that were complete stay.
   virtual std::string parseContent(const std::string &text);
 
@@ -78,8 +80,8 @@ public:
   /// Whether the node has a child. False for an empty handle.
   bool hasChildren() const;
 
-  /// The number of nodes above this one, a document at the top not counted: 0 for a top-level node and for a root without a
-  /// document, -1 for the document itself. Costs one step a level.
+  /// The number of nodes above this one, a document at the top not counted: 0 for a top-level node and for a root
+  /// without a document, -1 for the document itself. Costs one step a level.
   /// REQUIRES: hasData().
   int getLevel() const;
 
@@ -101,29 +103,32 @@ public:
   /// FindChildElement() under another name.
   chXmlElement operator[](const std::string &name) const;
 
-  /// Links `child` as the last child. Where this handle is empty it first receives a document node, without room for attributes.
+  /// Links `child` as the last child. Where this handle is empty it first receives a document node, without room for
+  /// attributes.
   /// @return A handle on the child. An empty `child` changes nothing and gives an empty handle.
-  /// REQUIRES: `child` has no parent and no siblings, and this node does not lie below it. Not tested: a parent that it had before
-  ///           would go on linking it, without a reference of its own to the rest.
+  /// REQUIRES: `child` has no parent and no siblings, and this node does not lie below it. Not tested: a parent that it
+  ///           had before would go on linking it, without a reference of its own to the rest.
   chXmlObject AddChildObject(const chXmlObject &child);
   /// Makes a node, as the constructor does, and links it. @return A handle on it, empty for a type outside 1 to 6.
   chXmlObject AddChildObject(xmlType type, const std::string &text);
   /// Makes an element of that name and links it. @return A handle on it.
   chXmlElement AddChildElement(const std::string &name);
 
-  /// Takes `child` out from among its siblings; its subtree stays with it. Nothing happens for an empty `child`, and for one on
-  /// which only the argument is: no parent can hold it then. Costs the same wherever the child stands.
-  /// REQUIRES: hasData(), and `child` is a child of this node. Not tested: a stranger loses its siblings, its parent and a
-  ///           reference, while its old parent's ends go on pointing at it.
+  /// Takes `child` out from among its siblings; its subtree stays with it. Nothing happens for an empty `child`, and
+  /// for one on which only the argument is: no parent can hold it then. Costs the same wherever the child stands.
+  /// REQUIRES: hasData(), and `child` is a child of this node. Not tested: a stranger loses its siblings, its parent
+  ///           and a reference, while its old parent's ends go on pointing at it.
   void RemoveChildObject(const chXmlObject &child);
 
-  /// A copy of the node and all below it, sharing nothing with this tree and without a parent; empty for an empty handle.
+  /// A copy of the node and all below it, sharing nothing with this tree and without a parent; empty for an empty
+  /// handle.
   chXmlObject clone() const;
 
   /// The node and all below it as text; empty for an empty handle. The text is sized before it is written.
-  /// @param compact  False: one node a line, two blanks of indent for each level of getLevel(), "\r\n" at each line's end; an
-  ///                 element with a text as its only child stands on one line. True: no indent and no line ends. Comments and
-  ///                 CDATA sections are written as they are in the first form and with entities in the second.
+  /// @param compact  False: one node a line, two blanks of indent for each level of getLevel(), "\r\n" at each line's
+  ///                 end; an element with a text as its only child stands on one line. True: no indent and no line
+  ///                 ends. Comments and CDATA sections are written as they are in the first form and with entities in
+  ///                 the second.
   std::string ExportToText(bool compact) const;
   /// The same for a node that is written as an element, whatever it is. REQUIRES: hasData().
   std::string ExportElement(bool compact) const;
@@ -152,18 +157,23 @@ private:
 
 /// A handle on a node that can have attributes.
 ///
-/// Attributes stand in the order in which their keys were first set. Looking one up compares key after key. A node that has no
-/// room for attributes (a text, a comment, a section, a document made by adding to an empty handle) answers as one without any.
+/// Attributes stand in the order in which their keys were first set. Looking one up compares key after key. Those of a
+/// tag that was read lie packed beside its name; GetAttributeValue(), the searches and the export read them there, the
+/// operations that hand out or change what is stored make the list first, once a node. A node that has no
+/// room for attributes (a text, a comment, a section, a document made by adding to an empty handle) answers as one
+/// without any.
 class ZAR_API chXmlAttributeObject : public chXmlObject {
 public:
   using attribute_list = std::list<std::pair<std::string, std::string>>;
 
   chXmlAttributeObject();
 
-  /// Reads the inside of a tag, without its marks: a name, then key="value" or key='value' after white space. Sets the node's name
-  /// and attributes; attributes that the text does not name stay. White space at a value's edges is lost, entities are decoded.
+  /// Reads the inside of a tag, without its marks: a name, then key="value" or key='value' after white space. Sets the
+  /// node's name and attributes; attributes that the text does not name stay. White space at a value's edges is lost,
+  /// entities are decoded.
   /// @return The empty text.
-  /// @throws const char *  A constant text, at a missing name or malformed attribute; the attributes ahead of it are set.
+  /// @throws const char *  A constant text, at a missing name or malformed attribute; the attributes ahead of it are
+  /// set.
   /// REQUIRES: hasData().
   std::string parseContent(const std::string &text) override;
 
@@ -181,8 +191,8 @@ public:
   /// REQUIRES: hasData(). On a node without room for attributes nothing happens, and the result is 0.
   int SetAttributeValue(const std::string &key, const std::string &value);
 
-  /// Removes the attribute whose stored value is the very object passed, the one that FindAttributeValue() pointed at. An equal
-  /// text elsewhere removes nothing. REQUIRES: hasData().
+  /// Removes the attribute whose stored value is the very object passed, the one that FindAttributeValue() pointed at.
+  /// An equal text elsewhere removes nothing. REQUIRES: hasData().
   void FastRemoveAttributeValue(const std::string &value);
 };
 
@@ -206,8 +216,8 @@ public:
   /// Shares the node if it is an element; otherwise an empty handle.
   chXmlElement(const chXmlObject &other);
 
-  /// Reads an element, from behind its "<" on, into a new node, which this handle is on afterwards. The name in the end tag is not
-  /// compared, unless that tag lacks its ">" at the end of the text.
+  /// Reads an element, from behind its "<" on, into a new node, which this handle is on afterwards. The name in the end
+  /// tag is not compared, unless that tag lacks its ">" at the end of the text.
   /// @return What stands behind the element, less the white space at BOTH its ends.
   /// @throws const char *  A constant text, at malformed markup.
   std::string parseContent(const std::string &text) override;
@@ -224,10 +234,11 @@ public:
   chXmlElement FindNextAttribute(const std::string &key, const std::string &value) const;
 
   /// Options: each is a child element that holds one text.
-  /// @return The text of the child element `key`; `defaultValue` when there is no such child or its first child is not a text. An
-  ///         option that was read with an empty text has no such child, and answers the default.
+  /// @return The text of the child element `key`; `defaultValue` when there is no such child or its first child is not
+  ///         a text. An option that was read with an empty text has no such child, and answers the default.
   std::string GetOption(const std::string &key, const std::string &defaultValue = std::string()) const;
-  /// Overwrites the text of the first child of the child element `key`, whatever kind that child is, or adds the option.
+  /// Overwrites the text of the first child of the child element `key`, whatever kind that child is, or adds the
+  /// option.
   /// @return 0 when it already has exactly that text, else 1: save only then.
   /// REQUIRES: hasData() when the option is new, to keep it.
   int SetOption(const std::string &key, const std::string &value);

@@ -1,0 +1,84 @@
+// A text in the making.
+#pragma once
+
+#include "zarlib/xml/entities.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zar {
+
+/// Takes a text in pieces, without ever moving what it has. In the end one string of the right size is made.
+class text_sink {
+public:
+  void put(std::string_view text) { m_at = copy_short(text.data(), text.size(), room(text.size())); }
+
+  void put_blanks(size_t count) {
+    constexpr size_t few = 16; // written whole, for that is one store
+    char *const at = room(std::max(count, few));
+    std::memset(at, ' ', few);
+    if (count > few) std::memset(at, ' ', count);
+    m_at = at + count;
+  }
+
+  /// A text that is known where it is written.
+  template <size_t size>
+  void put(const char (&text)[size]) {
+    char *const at = room(size - 1);
+    std::memcpy(at, text, size - 1);
+    m_at = at + size - 1;
+  }
+
+  /// Entities written.
+  void put_escaped(std::string_view text) {
+    for (;;) {
+      char *const at = room(text.size());
+      const size_t plain = xml_copy_plain(text, at);
+      m_at = at + plain;
+      if (plain == text.size()) return;
+      put(xml_entity(text[plain]));
+      text.remove_prefix(plain + 1);
+    }
+  }
+
+  std::string text() const {
+    std::string result;
+    result.reserve(m_size_before + used());
+    for (size_t i = 0; i + 1 < m_pieces.size(); ++i) result.append(m_pieces[i].start.get(), m_pieces[i].used);
+    if (!m_pieces.empty()) result.append(m_pieces.back().start.get(), used());
+    return result;
+  }
+
+private:
+  struct piece {
+    std::unique_ptr<char[]> start;
+    size_t used;
+  };
+
+  size_t used() const { return m_pieces.empty() ? 0 : static_cast<size_t>(m_at - m_pieces.back().start.get()); }
+
+  char *room(size_t bytes) { return static_cast<size_t>(m_end - m_at) >= bytes ? m_at : new_piece(bytes); }
+
+  char *new_piece(size_t bytes) {
+    if (!m_pieces.empty()) m_pieces.back().used = used();
+    m_size_before += used();
+    const size_t size = std::max(bytes, std::clamp<size_t>(m_size_before, smallest, largest));
+    m_pieces.push_back({std::unique_ptr<char[]>(new char[size]), 0});
+    m_at = m_pieces.back().start.get();
+    m_end = m_at + size;
+    return m_at;
+  }
+
+  static constexpr size_t smallest = 4 * 1024, largest = 1024 * 1024;
+
+  std::vector<piece> m_pieces;
+  size_t m_size_before = 0; // of all pieces but the last
+  char *m_at = nullptr;
+  char *m_end = nullptr;
+};
+
+} // namespace zar
