@@ -123,6 +123,18 @@ TEST(XmlDocument, ReadsAndWritesAsTheSlowFormDoes) {
   EXPECT_GT(with_children, 1000) << "too few of the texts are read";
 }
 
+TEST(XmlDocument, ManyAttributesAndLongTextsAreReadAsFewAndShortOnes) {
+  for (const size_t size : {1u, 4u, 7u, 8u, 16u, 17u, 60u, 1024u}) {
+    const std::string value = std::string(size, 'v') + "&amp;" + std::string(size / 2, 'w'), name(size, 'n');
+    std::string text = "<" + name;
+    for (int i = 0; i < 17 && !HasFatalFailure(); ++i) {
+      text += " k" + std::to_string(i) + "='" + value + "'";
+      expect_same(text + "/>");
+      expect_same(text + " k0='again' e&lt;='" + value + "' q'='1' q'='2'>" + value + "<!--" + value + "--></" + name);
+    }
+  }
+}
+
 TEST(XmlDocument, DeepTreesNeedNoStack) {
   pthread_attr_t small;
   pthread_t thread;

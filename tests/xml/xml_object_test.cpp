@@ -106,13 +106,13 @@ TEST(XmlObject, NodesLiveAndDieAsTheModelDoes) {
 }
 
 TEST(XmlObject, HandlesOnOneTreeAreCopiedAndDroppedByManyThreads) {
-  chXmlDocument document = chXmlDocument::ParseDocument("<a><b><c/></b><d/></a>");
+  chXmlDocument document = chXmlDocument::ParseDocument("<a><b k='1'><c/></b><d k='1'/></a>");
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t)
     threads.emplace_back([own = chXmlObject(document)] {
       for (int i = 0; i < 3000; ++i)
         for (chXmlElement e = own.getChildElement().getChildElement(); e.hasData(); ++e)
-          EXPECT_EQ(chXmlObject(e.getParent()).tagName(), "a");
+          EXPECT_EQ(chXmlObject(e.getParent()).tagName() + *e.FindAttributeValue("k"), "a1");
     });
   document = chXmlDocument();
   for (std::thread &thread : threads) thread.join();
@@ -129,6 +129,23 @@ TEST(XmlObject, Searches) {
   setSoapName(first, " \t x\r\n");
   EXPECT_EQ(first.GetAttributeValue("name"), "x");
   EXPECT_EQ(getChildSoapByName(root, " x ").tagName(), "a");
+}
+
+TEST(XmlObject, RemovingIsBlindToTheParent) {
+  chXmlElement a("a"), b("b");
+  const chXmlObject first = a.AddChildElement("1"), second = a.AddChildElement("2");
+  b.RemoveChildObject(first); // its siblings are joined, and its own parent does not notice
+  EXPECT_FALSE(first.getParent().hasData());
+  EXPECT_EQ(a.ExportToText(true), "<a><1></1></a>");
+  a.RemoveChildObject(chXmlElement("of nobody"));
+  EXPECT_EQ(a.getLevel() + second.getLevel(), 1);
+}
+
+TEST(XmlAttributeObject, ATagThatWasReadIsReadAnew) {
+  chXmlElement e = chXmlDocument::ParseDocument("<e a='1' b='2'/>").getChildElement();
+  EXPECT_EQ(e.GetAttributeCount(), 2);
+  EXPECT_EQ(e.chXmlAttributeObject::parseContent("a-name-that-is-longer c='3' b='4'"), "");
+  EXPECT_EQ(e.clone().ExportToText(true), "<a-name-that-is-longer a=\"1\" b=\"4\" c=\"3\"/>");
 }
 
 TEST(XmlElement, AttributesAndOptions) {
