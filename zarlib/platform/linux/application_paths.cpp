@@ -14,7 +14,7 @@ std::string executable_path() { return executable_of("self"); }
 std::string current_directory() {
   // The C library allocates what the path needs, of any length.
   char *const path = getcwd(nullptr, 0);
-  const std::string result = path ? path : "";
+  std::string result = path ? path : "";
   std::free(path);
   return result;
 }
