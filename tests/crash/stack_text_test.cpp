@@ -27,16 +27,17 @@ volatile int one = 1;
 } // namespace
 
 TEST(StackText, ThreadsReadTheirCallersFromTheInsideOut) {
+  std::vector<std::string> texts[4];
   std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i)
-    threads.emplace_back([] {
-      for (int round = 0; round < 20; ++round) {
-        const std::string line = "stack_text_test\\.cpp\\([0-9]+\\): .*", text = outer_reader(3);
-        const std::regex both(".*" + line + "inner_reader.*\r\n.*" + line + "outer_reader.*\r\n");
-        EXPECT_TRUE(std::regex_match(text, both)) << text;
-      }
+  for (auto &own : texts)
+    threads.emplace_back([&own] {
+      for (int round = 0; round < 20; ++round) own.push_back(outer_reader(3));
     });
   for (auto &thread : threads) thread.join();
+  const std::string line = "stack_text_test\\.cpp\\([0-9]+\\): .*";
+  const std::regex both(".*" + line + "inner_reader.*\r\n.*" + line + "outer_reader.*\r\n");
+  for (const auto &own : texts)
+    for (const std::string &text : own) EXPECT_TRUE(std::regex_match(text, both)) << text;
 }
 
 TEST(StackText, DepthIsUnsignedAndOneMoreThanTheLines) {
