@@ -9,7 +9,7 @@ install(TARGETS zarlib EXPORT zarlib-targets
 install(DIRECTORY zarlib/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zarlib
   FILES_MATCHING PATTERN "*.h"
   PATTERN "platform" EXCLUDE
-  REGEX "crash/symbol_handler|memory/dymic_alloc_helper|text/document_path" EXCLUDE
+  REGEX "crash/symbol_handler|memory/dymic_alloc_helper|text/(codec_blocks|codec_loops|document_path)" EXCLUDE
   REGEX "trace/(line_prefix|line_text|nesting_depths|option_text)" EXCLUDE
   REGEX "xml/(entities|node|node_blocks|parser|serialiser|text_sink)\\.h" EXCLUDE)
 install(FILES zarlib/platform/types.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zarlib/platform)

@@ -23,6 +23,7 @@
 #include "zarlib/memory/share_string.h"
 #include "zarlib/memory/var_args.h"
 #include "zarlib/text/characters.h"
+#include "zarlib/text/codecs.h"
 #include "zarlib/text/conversions.h"
 #include "zarlib/text/environment.h"
 #include "zarlib/text/file_filter.h"

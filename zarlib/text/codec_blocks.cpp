@@ -1,0 +1,261 @@
+#include "zarlib/text/codec_blocks.h"
+
+#if defined(__x86_64__) || defined(__i386__)
+
+#include <immintrin.h>
+
+// The Base64 kernels follow W. Mula and D. Lemire, "Faster Base64 Encoding and Decoding Using AVX2 Instructions" (2018): bits
+// are moved by multiplications, characters are found by their distance from the value, tables are shuffles.
+
+// On 32-bit systems a caller may hand over a stack that is aligned to 4 bytes only.
+#if defined(__i386__)
+#define ZAR_TARGET(name) __attribute__((target(name), force_align_arg_pointer))
+#else
+#define ZAR_TARGET(name) __attribute__((target(name)))
+#endif
+
+namespace zar {
+
+namespace {
+
+vector_level detected_level() {
+  __builtin_cpu_init(); // the constructor that does it may not have run yet
+  if (__builtin_cpu_supports("avx2")) return vector_level::avx2;
+  return __builtin_cpu_supports("ssse3") ? vector_level::ssse3 : vector_level::none;
+}
+
+const __m128i *vector_at(const void *p) { return static_cast<const __m128i *>(p); }
+__m128i *vector_at(void *p) { return static_cast<__m128i *>(p); }
+const __m256i *wide_at(const void *p) { return static_cast<const __m256i *>(p); }
+__m256i *wide_at(void *p) { return static_cast<__m256i *>(p); }
+
+/// The same 16 bytes in both halves: the shuffles work in each half for itself.
+ZAR_TARGET("avx2") __m256i twice(__m128i table) { return _mm256_broadcastsi128_si256(table); }
+
+// Tables, indexed by 4-bit values.
+
+ZAR_TARGET("ssse3") __m128i hexadecimal_digits() {
+  return _mm_setr_epi8('0', '1', '2', '3', '4', '5', '6', '7', '8', '9', 'A', 'B', 'C', 'D', 'E', 'F');
+}
+
+/// Brings three bytes into each group of four: the second, the first, the third, the second.
+ZAR_TARGET("ssse3") __m128i spread_threes() { return _mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10); }
+
+/// From a value to its character. Index 0: values 26 to 51; 1 to 10: the digits; 11: "+"; 12: "/"; 13: values below 26.
+ZAR_TARGET("ssse3") __m128i distance_to_character() {
+  constexpr char digit = '0' - 52;
+  return _mm_setr_epi8('a' - 26, digit, digit, digit, digit, digit, digit, digit, digit, digit, digit, '+' - 62,
+                       '/' - 63, 'A', 0, 0);
+}
+
+/// A character is in the alphabet if the entries of its low and of its high half have no bit in common.
+ZAR_TARGET("ssse3") __m128i faults_of_low_half() {
+  return _mm_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x13, 0x1A, 0x1B, 0x1B, 0x1B, 0x1A);
+}
+ZAR_TARGET("ssse3") __m128i faults_of_high_half() {
+  return _mm_setr_epi8(0x10, 0x10, 0x01, 0x02, 0x04, 0x08, 0x04, 0x08, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10);
+}
+
+/// From a character to its value, by its high half; "/" takes the entry below that of "+".
+ZAR_TARGET("ssse3") __m128i distance_to_value() {
+  return _mm_setr_epi8(0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A', 26 - 'a', 26 - 'a', 0, 0, 0, 0, 0, 0, 0, 0);
+}
+
+/// Brings the three bytes of each group of four into order and the groups together.
+ZAR_TARGET("ssse3") __m128i gather_threes() {
+  return _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
+}
+
+// 16 bytes a step.
+
+ZAR_TARGET("ssse3") size_t encode_base16_ssse3(const unsigned char *in, size_t size, char *out) {
+  const __m128i low_half = _mm_set1_epi8(0x0F), digits = hexadecimal_digits();
+  size_t done = 0;
+  for (; size - done >= 16; done += 16, out += 32) {
+    const __m128i bytes = _mm_loadu_si128(vector_at(in + done));
+    const __m128i high = _mm_shuffle_epi8(digits, _mm_and_si128(_mm_srli_epi16(bytes, 4), low_half));
+    const __m128i low = _mm_shuffle_epi8(digits, _mm_and_si128(bytes, low_half));
+    _mm_storeu_si128(vector_at(out), _mm_unpacklo_epi8(high, low));
+    _mm_storeu_si128(vector_at(out + 16), _mm_unpackhi_epi8(high, low));
+  }
+  return done;
+}
+
+/// Turns 16 digits into 8 words of two digits each. @return Whether all are digits.
+ZAR_TARGET("ssse3") bool digit_pairs(const char *in, __m128i &words) {
+  const __m128i text = _mm_loadu_si128(vector_at(in));
+  const __m128i digit = _mm_sub_epi8(text, _mm_set1_epi8('0'));
+  const __m128i letter = _mm_sub_epi8(_mm_or_si128(text, _mm_set1_epi8(0x20)), _mm_set1_epi8('a'));
+  const __m128i is_digit = _mm_cmpeq_epi8(_mm_min_epu8(digit, _mm_set1_epi8(9)), digit);
+  const __m128i is_letter = _mm_cmpeq_epi8(_mm_min_epu8(letter, _mm_set1_epi8(5)), letter);
+  const __m128i values =
+      _mm_or_si128(_mm_and_si128(is_digit, digit), _mm_and_si128(is_letter, _mm_add_epi8(letter, _mm_set1_epi8(10))));
+  words = _mm_maddubs_epi16(values, _mm_set1_epi16(0x0110));
+  return _mm_movemask_epi8(_mm_or_si128(is_digit, is_letter)) == 0xFFFF;
+}
+
+ZAR_TARGET("ssse3") size_t decode_base16_ssse3(const char *in, size_t size, unsigned char *out) {
+  size_t done = 0;
+  for (__m128i first, second; size - done >= 32; done += 32, out += 16) {
+    if (!digit_pairs(in + done, first) || !digit_pairs(in + done + 16, second)) break;
+    _mm_storeu_si128(vector_at(out), _mm_packus_epi16(first, second));
+  }
+  return done;
+}
+
+ZAR_TARGET("ssse3") size_t encode_base64_ssse3(const unsigned char *in, size_t size, char *out) {
+  size_t done = 0;
+  for (; size - done >= 16; done += 12, out += 16) {
+    const __m128i spread = _mm_shuffle_epi8(_mm_loadu_si128(vector_at(in + done)), spread_threes());
+    const __m128i first_and_third =
+        _mm_mulhi_epu16(_mm_and_si128(spread, _mm_set1_epi32(0x0FC0FC00)), _mm_set1_epi32(0x04000040));
+    const __m128i second_and_fourth =
+        _mm_mullo_epi16(_mm_and_si128(spread, _mm_set1_epi32(0x003F03F0)), _mm_set1_epi32(0x01000010));
+    const __m128i values = _mm_or_si128(first_and_third, second_and_fourth);
+    const __m128i is_capital = _mm_cmpgt_epi8(_mm_set1_epi8(26), values);
+    const __m128i range =
+        _mm_or_si128(_mm_subs_epu8(values, _mm_set1_epi8(51)), _mm_and_si128(is_capital, _mm_set1_epi8(13)));
+    _mm_storeu_si128(vector_at(out), _mm_add_epi8(values, _mm_shuffle_epi8(distance_to_character(), range)));
+  }
+  return done;
+}
+
+ZAR_TARGET("ssse3") size_t decode_base64_ssse3(const char *in, size_t size, unsigned char *out) {
+  const __m128i low_half = _mm_set1_epi8(0x0F), slash = _mm_set1_epi8('/');
+  size_t done = 0;
+  for (; size - done >= 16; done += 16, out += 12) {
+    const __m128i text = _mm_loadu_si128(vector_at(in + done));
+    const __m128i high = _mm_and_si128(_mm_srli_epi16(text, 4), low_half);
+    const __m128i faults = _mm_and_si128(_mm_shuffle_epi8(faults_of_high_half(), high),
+                                         _mm_shuffle_epi8(faults_of_low_half(), _mm_and_si128(text, low_half)));
+    const unsigned is_good = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(faults, _mm_setzero_si128())));
+    const __m128i range = _mm_add_epi8(high, _mm_cmpeq_epi8(text, slash));
+    const __m128i values = _mm_add_epi8(text, _mm_shuffle_epi8(distance_to_value(), range));
+    const __m128i pairs = _mm_maddubs_epi16(values, _mm_set1_epi32(0x01400140));
+    const __m128i fours = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
+    _mm_storeu_si128(vector_at(out), _mm_shuffle_epi8(fours, gather_threes()));
+    if (is_good != 0xFFFF) return done + (static_cast<size_t>(__builtin_ctz(~is_good)) & ~size_t{3});
+  }
+  return done;
+}
+
+// 32 bytes a step, the same way; the rest as above.
+
+constexpr int middle_quarters_swapped = 0xD8;
+
+ZAR_TARGET("avx2") size_t encode_base16_avx2(const unsigned char *in, size_t size, char *out) {
+  const __m256i low_half = _mm256_set1_epi8(0x0F), digits = twice(hexadecimal_digits());
+  size_t done = 0;
+  for (; size - done >= 32; done += 32) {
+    const __m256i bytes = _mm256_permute4x64_epi64(_mm256_loadu_si256(wide_at(in + done)), middle_quarters_swapped);
+    const __m256i high = _mm256_shuffle_epi8(digits, _mm256_and_si256(_mm256_srli_epi16(bytes, 4), low_half));
+    const __m256i low = _mm256_shuffle_epi8(digits, _mm256_and_si256(bytes, low_half));
+    _mm256_storeu_si256(wide_at(out + 2 * done), _mm256_unpacklo_epi8(high, low));
+    _mm256_storeu_si256(wide_at(out + 2 * done + 32), _mm256_unpackhi_epi8(high, low));
+  }
+  return done + encode_base16_ssse3(in + done, size - done, out + 2 * done);
+}
+
+/// Turns 32 digits into 16 words of two digits each. @return Whether all are digits.
+ZAR_TARGET("avx2") bool digit_pairs(const char *in, __m256i &words) {
+  const __m256i text = _mm256_loadu_si256(wide_at(in));
+  const __m256i digit = _mm256_sub_epi8(text, _mm256_set1_epi8('0'));
+  const __m256i letter = _mm256_sub_epi8(_mm256_or_si256(text, _mm256_set1_epi8(0x20)), _mm256_set1_epi8('a'));
+  const __m256i is_digit = _mm256_cmpeq_epi8(_mm256_min_epu8(digit, _mm256_set1_epi8(9)), digit);
+  const __m256i is_letter = _mm256_cmpeq_epi8(_mm256_min_epu8(letter, _mm256_set1_epi8(5)), letter);
+  const __m256i values = _mm256_or_si256(_mm256_and_si256(is_digit, digit),
+                                         _mm256_and_si256(is_letter, _mm256_add_epi8(letter, _mm256_set1_epi8(10))));
+  words = _mm256_maddubs_epi16(values, _mm256_set1_epi16(0x0110));
+  return _mm256_movemask_epi8(_mm256_or_si256(is_digit, is_letter)) == -1;
+}
+
+ZAR_TARGET("avx2") size_t decode_base16_avx2(const char *in, size_t size, unsigned char *out) {
+  size_t done = 0;
+  for (__m256i first, second; size - done >= 64; done += 64) {
+    if (!digit_pairs(in + done, first) || !digit_pairs(in + done + 32, second)) break;
+    const __m256i bytes = _mm256_packus_epi16(first, second);
+    _mm256_storeu_si256(wide_at(out + done / 2), _mm256_permute4x64_epi64(bytes, middle_quarters_swapped));
+  }
+  return done + decode_base16_ssse3(in + done, size - done, out + done / 2);
+}
+
+ZAR_TARGET("avx2") size_t encode_base64_avx2(const unsigned char *in, size_t size, char *out) {
+  const __m256i spreading = twice(spread_threes()), distances = twice(distance_to_character());
+  size_t done = 0;
+  for (; size - done >= 28; done += 24, out += 32) {
+    const __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(vector_at(in + done))),
+                                                  _mm_loadu_si128(vector_at(in + done + 12)), 1);
+    const __m256i spread = _mm256_shuffle_epi8(bytes, spreading);
+    const __m256i first_and_third =
+        _mm256_mulhi_epu16(_mm256_and_si256(spread, _mm256_set1_epi32(0x0FC0FC00)), _mm256_set1_epi32(0x04000040));
+    const __m256i second_and_fourth =
+        _mm256_mullo_epi16(_mm256_and_si256(spread, _mm256_set1_epi32(0x003F03F0)), _mm256_set1_epi32(0x01000010));
+    const __m256i values = _mm256_or_si256(first_and_third, second_and_fourth);
+    const __m256i is_capital = _mm256_cmpgt_epi8(_mm256_set1_epi8(26), values);
+    const __m256i range = _mm256_or_si256(_mm256_subs_epu8(values, _mm256_set1_epi8(51)),
+                                          _mm256_and_si256(is_capital, _mm256_set1_epi8(13)));
+    _mm256_storeu_si256(wide_at(out), _mm256_add_epi8(values, _mm256_shuffle_epi8(distances, range)));
+  }
+  return done + encode_base64_ssse3(in + done, size - done, out);
+}
+
+ZAR_TARGET("avx2") size_t decode_base64_avx2(const char *in, size_t size, unsigned char *out) {
+  const __m256i low_half = _mm256_set1_epi8(0x0F), slash = _mm256_set1_epi8('/');
+  const __m256i low_faults = twice(faults_of_low_half()), high_faults = twice(faults_of_high_half());
+  const __m256i distances = twice(distance_to_value()), gathering = twice(gather_threes());
+  const __m256i halves_together = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
+  size_t done = 0;
+  for (; size - done >= 32; done += 32, out += 24) {
+    const __m256i text = _mm256_loadu_si256(wide_at(in + done));
+    const __m256i high = _mm256_and_si256(_mm256_srli_epi16(text, 4), low_half);
+    const __m256i low = _mm256_and_si256(text, low_half);
+    if (!_mm256_testz_si256(_mm256_shuffle_epi8(high_faults, high), _mm256_shuffle_epi8(low_faults, low))) break;
+    const __m256i range = _mm256_add_epi8(high, _mm256_cmpeq_epi8(text, slash));
+    const __m256i values = _mm256_add_epi8(text, _mm256_shuffle_epi8(distances, range));
+    const __m256i pairs = _mm256_maddubs_epi16(values, _mm256_set1_epi32(0x01400140));
+    const __m256i fours = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));
+    const __m256i threes = _mm256_shuffle_epi8(fours, gathering);
+    _mm256_storeu_si256(wide_at(out), _mm256_permutevar8x32_epi32(threes, halves_together));
+  }
+  return done + decode_base64_ssse3(in + done, size - done, out);
+}
+
+} // namespace
+
+const vector_level best_vector_level = detected_level();
+
+size_t encode_base16_blocks(vector_level level, const unsigned char *in, size_t size, char *out) {
+  if (level == vector_level::avx2) return encode_base16_avx2(in, size, out);
+  return level == vector_level::ssse3 ? encode_base16_ssse3(in, size, out) : 0;
+}
+
+size_t encode_base64_blocks(vector_level level, const unsigned char *in, size_t size, char *out) {
+  if (level == vector_level::avx2) return encode_base64_avx2(in, size, out);
+  return level == vector_level::ssse3 ? encode_base64_ssse3(in, size, out) : 0;
+}
+
+size_t decode_base16_blocks(vector_level level, const char *in, size_t size, unsigned char *out) {
+  if (level == vector_level::avx2) return decode_base16_avx2(in, size, out);
+  return level == vector_level::ssse3 ? decode_base16_ssse3(in, size, out) : 0;
+}
+
+size_t decode_base64_blocks(vector_level level, const char *in, size_t size, unsigned char *out) {
+  if (level == vector_level::avx2) return decode_base64_avx2(in, size, out);
+  return level == vector_level::ssse3 ? decode_base64_ssse3(in, size, out) : 0;
+}
+
+} // namespace zar
+
+#else
+
+namespace zar {
+
+const vector_level best_vector_level = vector_level::none;
+size_t encode_base16_blocks(vector_level, const unsigned char *, size_t, char *) { return 0; }
+size_t encode_base64_blocks(vector_level, const unsigned char *, size_t, char *) { return 0; }
+size_t decode_base16_blocks(vector_level, const char *, size_t, unsigned char *) { return 0; }
+size_t decode_base64_blocks(vector_level, const char *, size_t, unsigned char *) { return 0; }
+
+} // namespace zar
+
+#endif

@@ -1,0 +1,218 @@
+#include "zarlib/text/codec_loops.h"
+
+#include <algorithm>
+
+namespace zar {
+
+namespace {
+
+constexpr char base16_alphabet[] = "0123456789ABCDEF";
+constexpr char base64_alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+/// The characters of `alphabet` are worth their places.
+constexpr void count_up(character_values &values, std::string_view alphabet, unsigned char first) {
+  for (const char c : alphabet) values[static_cast<unsigned char>(c)] = first++;
+}
+
+constexpr character_values no_values() {
+  character_values values = {};
+  for (auto &value : values) value = no_value;
+  return values;
+}
+
+constexpr character_values values_of_base16() {
+  character_values values = no_values();
+  count_up(values, base16_alphabet, 0);
+  count_up(values, "abcdef", 10);
+  return values;
+}
+
+constexpr character_values values_of_base64() {
+  character_values values = no_values();
+  count_up(values, base64_alphabet, 0);
+  return values;
+}
+
+constexpr character_values base64_values = values_of_base64();
+
+unsigned char low_byte(unsigned value) { return static_cast<unsigned char>(value); }
+
+// Results grow by pieces that stay in the nearest cache: memory is written once, and not cleared before.
+constexpr size_t piece_bytes = 3072;                     // a multiple of 3
+constexpr size_t piece_characters = piece_bytes / 3 * 4; // in Base64
+constexpr size_t short_bytes = 64;                       // clearing so many costs less than copying them
+
+/// @param length_of  From a number of bytes to the number of their characters.
+/// @param encode     Writes the characters of (bytes, their number) to a place.
+template <class Encode>
+std::string encoded(const unsigned char *data, size_t size, size_t (*length_of)(size_t), Encode encode) {
+  if (size <= short_bytes) {
+    std::string text(length_of(size), '\0');
+    encode(data, size, text.data());
+    return text;
+  }
+  std::string text;
+  text.reserve(length_of(size));
+  char piece[2 * piece_bytes];
+  for (size_t count; size > 0; data += count, size -= count) {
+    count = std::min(size, piece_bytes);
+    encode(data, count, piece);
+    text.append(piece, length_of(count));
+  }
+  return text;
+}
+
+/// Reads characters one by one where the blocks stop. Its state is the values of a group that is not whole yet.
+class base16_reader {
+public:
+  static constexpr size_t singles = 32; // characters between two tries of the blocks, which find nothing in "0A 1B "
+
+  size_t blocks(vector_level level, const char *in, size_t size, unsigned char *&out) const {
+    const size_t taken = decode_base16_blocks(level, in, size, out);
+    out += taken / 2;
+    return taken;
+  }
+  bool is_between_groups() const { return m_high == no_value; }
+  bool can_start(char) const { return is_between_groups(); }
+  bool has_ended() const { return false; }
+
+  void take(char c, unsigned char *&out) {
+    const unsigned value = value_of(hexadecimal_values, c);
+    if (value == no_value) return;
+    if (!is_between_groups()) *out++ = low_byte(m_high << 4 | value);
+    m_high = is_between_groups() ? value : no_value;
+  }
+  void finish(unsigned char *&out) const {
+    if (!is_between_groups()) *out++ = low_byte(m_high);
+  }
+
+private:
+  unsigned m_high = no_value;
+};
+
+class base64_reader {
+public:
+  static constexpr size_t singles = 1; // the blocks reach up to the end of a line and take the next one from its start
+
+  size_t blocks(vector_level level, const char *in, size_t size, unsigned char *&out) const {
+    const size_t taken = decode_base64_blocks(level, in, size, out);
+    out += taken / 4 * 3;
+    return taken;
+  }
+  bool is_between_groups() const { return m_count == 0; }
+  bool can_start(char c) const { return m_count == 0 && value_of(base64_values, c) != no_value; }
+  bool has_ended() const { return m_ended; }
+
+  void take(char c, unsigned char *&out) {
+    const unsigned value = value_of(base64_values, c);
+    if (value == no_value) {
+      m_ended = c == '=';
+      return;
+    }
+    m_bits = m_bits << 6 | value;
+    if (++m_count < 4) return;
+    for (const int shift : {16, 8, 0}) *out++ = low_byte(m_bits >> shift);
+    m_count = 0;
+  }
+  void finish(unsigned char *&out) const {
+    if (m_count >= 2) *out++ = low_byte(m_bits >> (m_count == 2 ? 4 : 10));
+    if (m_count == 3) *out++ = low_byte(m_bits >> 2);
+  }
+
+private:
+  unsigned m_bits = 0; ///< the lowest 6 for each character of the group
+  int m_count = 0;
+  bool m_ended = false;
+};
+
+/// Reads one piece. @return The end of the bytes in `out`.
+template <class Reader>
+unsigned char *read_piece(Reader &state, vector_level level, std::string_view text, unsigned char *out) {
+  Reader reader = state; // a copy that no byte written can overlap stays in registers
+  for (size_t i = 0; i < text.size() && !reader.has_ended();) {
+    if (reader.is_between_groups()) i += reader.blocks(level, text.data() + i, text.size() - i, out);
+    const size_t stop = std::min(text.size(), i + Reader::singles);
+    while (i < text.size() && !reader.has_ended() && (i < stop || !reader.can_start(text[i])))
+      reader.take(text[i++], out);
+  }
+  state = reader;
+  return out;
+}
+
+template <class Reader>
+std::vector<unsigned char> decoded(vector_level level, std::string_view text, size_t (*most_bytes)(size_t)) {
+  unsigned char piece[piece_bytes + block_slack];
+  Reader reader;
+  if (text.size() <= piece_characters) {
+    unsigned char *end = read_piece(reader, level, text, piece);
+    reader.finish(end);
+    return {piece, end};
+  }
+  std::vector<unsigned char> bytes;
+  bytes.reserve(most_bytes(text.size()));
+  while (!text.empty() && !reader.has_ended()) {
+    const size_t count = std::min(text.size(), piece_characters);
+    unsigned char *end = read_piece(reader, level, text.substr(0, count), piece);
+    text.remove_prefix(count);
+    if (text.empty() || reader.has_ended()) reader.finish(end);
+    bytes.insert(bytes.end(), piece, end);
+  }
+  return bytes;
+}
+
+void base16_piece(vector_level level, const unsigned char *in, size_t size, char *out) {
+  for (size_t i = encode_base16_blocks(level, in, size, out); i < size; ++i) {
+    out[2 * i] = base16_alphabet[in[i] >> 4];
+    out[2 * i + 1] = base16_alphabet[in[i] & 15];
+  }
+}
+
+void base64_piece(vector_level level, const unsigned char *in, size_t size, char *out) {
+  const auto character = [](unsigned bits) { return base64_alphabet[bits & 63]; };
+  size_t i = encode_base64_blocks(level, in, size, out);
+  out += i / 3 * 4;
+  for (; size - i >= 3; i += 3, out += 4) {
+    const unsigned group = in[i] << 16U | in[i + 1] << 8U | in[i + 2];
+    for (unsigned k = 0; k < 4; ++k) out[k] = character(group >> (18 - 6 * k));
+  }
+  if (i < size) {
+    const bool is_pair = size - i == 2;
+    const unsigned group = in[i] << 16U | (is_pair ? in[i + 1] << 8U : 0);
+    out[0] = character(group >> 18);
+    out[1] = character(group >> 12);
+    out[2] = is_pair ? character(group >> 6) : '=';
+    out[3] = '=';
+  }
+}
+
+} // namespace
+
+constinit const character_values hexadecimal_values = values_of_base16();
+
+std::string to_base16(vector_level level, const unsigned char *data, size_t size) {
+  const auto length = [](size_t count) { return 2 * count; };
+  return encoded(data, size, length,
+                 [level](const unsigned char *in, size_t count, char *out) { base16_piece(level, in, count, out); });
+}
+
+std::string to_base64(vector_level level, const unsigned char *data, size_t size) {
+  const auto length = [](size_t count) { return (count + 2) / 3 * 4; };
+  return encoded(data, size, length,
+                 [level](const unsigned char *in, size_t count, char *out) { base64_piece(level, in, count, out); });
+}
+
+std::vector<unsigned char> from_base16(vector_level level, std::string_view text) {
+  return decoded<base16_reader>(level, text, [](size_t length) { return length / 2 + 1; });
+}
+
+std::vector<unsigned char> from_base64(vector_level level, std::string_view text) {
+  return decoded<base64_reader>(level, text, [](size_t length) { return length / 4 * 3 + 2; });
+}
+
+void fetch_base16(vector_level level, std::string_view text, unsigned char *out) {
+  for (size_t i = decode_base16_blocks(level, text.data(), text.size(), out); i < text.size(); i += 2) {
+    const unsigned high = value_of(hexadecimal_values, text[i]), low = value_of(hexadecimal_values, text[i + 1]);
+    out[i / 2] = low_byte(high << 4 | low);
+  }
+}
+
+} // namespace zar
