@@ -22,6 +22,7 @@
 #include "zarlib/memory/share_pointer.h"
 #include "zarlib/memory/share_string.h"
 #include "zarlib/memory/var_args.h"
+#include "zarlib/net/ethernet.h"
 #include "zarlib/text/characters.h"
 #include "zarlib/text/codecs.h"
 #include "zarlib/text/conversions.h"

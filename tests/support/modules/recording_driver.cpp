@@ -1,0 +1,63 @@
+// A packet-capture driver without a network: records what it is asked, and answers as the test has told it.
+#include "recording_driver.h"
+
+#include <cstring>
+
+namespace {
+
+driver_state state;
+
+/// The layout that such a driver has published.
+struct packet {
+  void *deprecated[6]; // an event handle and a structure of five words
+  char *buffer;
+  unsigned length, bytes_received;
+  bool complete;
+};
+
+template <typename... Values>
+char record(const std::string &name, Values... values) {
+  state.calls += name;
+  ((state.calls += " " + std::to_string(values)), ...);
+  state.calls += "\n";
+  return 1;
+}
+
+} // namespace
+
+extern "C" {
+driver_state *recording_driver_state() { return &state; }
+const char *PacketGetVersion() { return state.version; }
+char PacketSetReadTimeout(void *adapter, int time) { return record("SetReadTimeout", adapter == &state, time); }
+char PacketSetBuff(void *adapter, int size) { return record("SetBuff", adapter == &state, size); }
+void *PacketOpenAdapter(const char *name) {
+  return record("Open " + std::string(name)) && state.opens ? &state : nullptr;
+}
+void PacketCloseAdapter(void *adapter) { record("Close", adapter == &state); }
+char PacketSetHwFilter(void *adapter, unsigned long filter) {
+  return !record("SetHwFilter", adapter == &state, filter);
+}
+packet *PacketAllocatePacket() { return record("Allocate") ? new packet() : nullptr; }
+void PacketFreePacket(packet *freed) { record("Free"), delete freed; }
+void PacketInitPacket(packet *one, char *buffer, unsigned length) { one->buffer = buffer, one->length = length; }
+
+char PacketGetAdapterNames(char *names, unsigned *length) {
+  std::memcpy(names, "one\0", 5);
+  return record("GetAdapterNames", *length) && state.lists;
+}
+
+char PacketRequest(void *adapter, char set, unsigned *query) {
+  std::memcpy(query + 2, "SOURCE", 6);
+  return !record("Request", adapter == &state, set, query[0], query[1]);
+}
+
+char PacketSendPacket(void *adapter, packet *one, char synchronous) {
+  return record("Send " + std::string(one->buffer, one->length), adapter == &state, synchronous) && state.sends;
+}
+
+char PacketReceivePacket(void *adapter, packet *one, char synchronous) {
+  state.read.copy(one->buffer, one->length);
+  one->bytes_received = static_cast<unsigned>(state.counted);
+  return record("Receive", adapter == &state, one->length, synchronous) && state.reads;
+}
+}
