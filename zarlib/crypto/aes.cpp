@@ -1,0 +1,110 @@
+#include "zarlib/crypto/aes.h"
+
+#include "zarlib/crypto/aes_path.h"
+#include "zarlib/crypto/default_key.h"
+#include "zarlib/crypto/wipe.h"
+#include "zarlib/time/ticks.h"
+
+#include <algorithm>
+#include <cstring>
+
+using zar::aes_block;
+
+namespace {
+
+static_assert(sizeof(aesEncrypt) == 244);
+
+constexpr size_t stage_size = 4096;
+
+int schedule_size_of(int key_length) {
+  switch (key_length) {
+  case 16:
+    return 176;
+  case 24:
+    return 208;
+  case 32:
+    return 240;
+  default:
+    return 0;
+  }
+}
+
+int rounds_of(int schedule_size) { return schedule_size / static_cast<int>(aes_block) - 1; }
+
+/// A vector can only grow by bytes that stand somewhere: whole blocks pass through a small stage, which stays in the cache.
+/// That is one pass over memory less than enciphering a copy in place.
+void append_blocks(std::vector<unsigned char> &out, const unsigned char *data, size_t size,
+                   decltype(zar::aes_path::encipher) cipher, const unsigned char *schedule, int rounds) {
+  alignas(64) unsigned char stage[stage_size];
+  const size_t used = std::min(size, stage_size);
+  while (size > 0) {
+    const size_t part = std::min(size, stage_size);
+    cipher(schedule, rounds, data, stage, part / aes_block);
+    out.insert(out.end(), stage, stage + part);
+    data += part;
+    size -= part;
+  }
+  zar::wipe(stage, used);
+}
+
+/// Fills the last block from `used` on.
+void pad(unsigned char (&block)[aes_block], size_t used, PaddingMode mode) {
+  const auto count = static_cast<unsigned char>(aes_block - used);
+  std::memset(block + used, mode == PaddingPKCS7 ? count : 0, count);
+  if (mode == PaddingISO10126)
+    for (size_t i = used; i < aes_block; ++i) block[i] = static_cast<unsigned char>(zarGetTickCount());
+  if (mode == PaddingISO10126 || mode == PaddingANSIX923) block[aes_block - 1] = count;
+}
+
+} // namespace
+
+aesEncrypt::aesEncrypt(const unsigned char *key, int keyLength) : m_schedule(), m_scheduleSize(0) {
+  if (key)
+    SetKey(key, keyLength);
+  else
+    SetKey(zar::default_key, zar::default_key_length);
+}
+
+aesEncrypt::~aesEncrypt() { zar::wipe(this, sizeof *this); }
+
+void aesEncrypt::SetKey(const unsigned char *key, int keyLength) {
+  m_scheduleSize = key ? schedule_size_of(keyLength) : 0;
+  if (m_scheduleSize == 0) {
+    zar::wipe(m_schedule, sizeof m_schedule);
+    return;
+  }
+  std::memmove(m_schedule, key, static_cast<size_t>(keyLength));
+  zar::fastest_aes_path().expand_key(m_schedule, keyLength, m_scheduleSize);
+}
+
+std::vector<unsigned char> aesEncrypt::Encrypt(const unsigned char *data, int size, PaddingMode mode) const {
+  std::vector<unsigned char> out;
+  if (size < 0 || m_scheduleSize == 0) return out;
+  const size_t rest = static_cast<size_t>(size) % aes_block, whole = static_cast<size_t>(size) - rest;
+  const bool padded = rest != 0 || mode != PaddingZeros;
+  out.reserve(whole + (padded ? aes_block : 0));
+
+  const auto encipher = zar::fastest_aes_path().encipher;
+  append_blocks(out, data, whole, encipher, m_schedule, rounds_of(m_scheduleSize));
+  if (!padded) return out;
+  unsigned char last[aes_block];
+  std::copy_n(data + whole, rest, last);
+  pad(last, rest, mode);
+  append_blocks(out, last, aes_block, encipher, m_schedule, rounds_of(m_scheduleSize));
+  zar::wipe(last, sizeof last);
+  return out;
+}
+
+std::vector<unsigned char> aesEncrypt::Decrypt(const unsigned char *data, int size, PaddingMode mode) const {
+  std::vector<unsigned char> out;
+  if (size <= 0 || m_scheduleSize == 0) return out;
+  const size_t bytes = static_cast<size_t>(size), whole = bytes - bytes % aes_block;
+  out.reserve(bytes);
+  append_blocks(out, data, whole, zar::fastest_aes_path().decipher, m_schedule, rounds_of(m_scheduleSize));
+  out.insert(out.end(), data + whole, data + bytes);
+
+  // Settled, callers rely on it: the last byte alone decides, and a count that cannot be one leaves everything.
+  const size_t padding = out.back();
+  if (mode != PaddingZeros && padding <= aes_block) out.resize(bytes - std::min(padding, bytes));
+  return out;
+}
