@@ -5,6 +5,8 @@
 #include "zarlib/companion/qxstl.h"
 #include "zarlib/crash/crash_capture.h"
 #include "zarlib/crash/stack_text.h"
+#include "zarlib/crypto/aes.h"
+#include "zarlib/crypto/password.h"
 #include "zarlib/frame/critical_section.h"
 #include "zarlib/frame/exception.h"
 #include "zarlib/frame/kernel_objects.h"
