@@ -215,12 +215,13 @@ bool packet_send_packet(capture_adapter *adapter, capture_packet *packet, bool) 
 }
 
 bool packet_receive_packet(capture_adapter *adapter, capture_packet *packet, bool) {
-  if (!adapter || !packet || packet->length < sizeof(record)) return false;
+  const pcap_library &pcap = library();
+  if (!pcap.found || !adapter || !packet || packet->length < sizeof(record)) return false;
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(adapter->timeout);
   for (;;) {
     pcap_frame_header *header = nullptr;
     const unsigned char *frame = nullptr;
-    const int frames = library().next(adapter->handle.get(), &header, &frame);
+    const int frames = pcap.next(adapter->handle.get(), &header, &frame);
     if (frames == 1) packet->fill(*header, frame);
     if (frames != 0) return frames == 1;
 
