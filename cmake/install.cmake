@@ -10,6 +10,7 @@ install(DIRECTORY zarlib/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zarlib
   FILES_MATCHING PATTERN "*.h"
   PATTERN "platform" EXCLUDE
   REGEX "crash/symbol_handler|memory/dymic_alloc_helper|text/(codec_blocks|codec_loops|document_path)" EXCLUDE
+  REGEX "net/receive_buffer" EXCLUDE
   REGEX "trace/(line_prefix|line_text|nesting_depths|option_text)" EXCLUDE
   REGEX "crypto/(aes_path|default_key|rc4|wipe)\\.h" EXCLUDE
   REGEX "xml/(entities|node|node_blocks|parser|serialiser|text_sink)\\.h" EXCLUDE)

@@ -1,6 +1,6 @@
 # What the library links on Windows: the system's own DLLs only. The run-time DLLs of the compiler are laid beside the built
 # programs, so that they start from where they are.
-target_link_libraries(zarlib PRIVATE dbghelp psapi shlwapi)
+target_link_libraries(zarlib PRIVATE dbghelp psapi shlwapi ws2_32 netapi32)
 # The debug information that debuggers of this system read furthest.
 add_compile_options(-gdwarf-4)
 target_compile_options(zarlib PRIVATE -gdwarf-4)

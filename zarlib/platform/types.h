@@ -10,9 +10,22 @@
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif
+// A client that has taken the older winsock.h (it comes with a windows.h that is not lean) keeps it: what the interface names,
+// sockaddr, in_addr and fd_set, is the same there, so that the exported names are the same too.
+#ifndef _WINSOCKAPI_
+#include <winsock2.h>
+#endif
 #include <windows.h>
+//
+#include <in6addr.h>
+
+/// The system's select set. The library's own room for one holds 64 handles, whatever FD_SETSIZE a client has chosen.
+using zar_fd_set = fd_set;
 
 #else
+
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 /// A calendar moment to the millisecond, in the layout that callers know from their home system.
 struct SYSTEMTIME {
@@ -24,6 +37,12 @@ struct SYSTEMTIME {
   unsigned short wMinute;
   unsigned short wSecond;
   unsigned short wMilliseconds;
+};
+
+/// The handles of a wait, in the layout that callers know from their home system.
+struct zar_fd_set {
+  unsigned fd_count;
+  unsigned fd_array[64];
 };
 
 /// A function whose type the caller knows.
