@@ -13,7 +13,7 @@ install(DIRECTORY zarlib/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zarlib
   REGEX "net/receive_buffer" EXCLUDE
   REGEX "trace/(line_prefix|line_text|nesting_depths|option_text)" EXCLUDE
   REGEX "crypto/(aes_path|default_key|rc4|wipe)\\.h" EXCLUDE
-  REGEX "xml/(entities|node|node_blocks|parser|serialiser|text_sink)\\.h" EXCLUDE)
+  REGEX "xml/(entities|node|node_blocks|parser|serialiser|text_sink|words)\\.h" EXCLUDE)
 install(FILES zarlib/platform/types.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zarlib/platform)
 if(WIN32)
   install(FILES ${zarlib_runtime_dlls} DESTINATION ${CMAKE_INSTALL_BINDIR})

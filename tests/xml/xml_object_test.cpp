@@ -105,6 +105,23 @@ TEST(XmlObject, NodesLiveAndDieAsTheModelDoes) {
   EXPECT_EQ(balance(), before);
 }
 
+TEST(XmlObject, NodesOutliveALargeTree) {
+  const int before = balance();
+  {
+    std::string text;
+    for (int i = 0; i < 100000; ++i) text += "<b>" + std::to_string(i) + "</b>";
+    chXmlObject large = chXmlDocument::ParseDocument(text).clone();
+    std::vector<chXmlObject> kept;
+    int place = 0;
+    for (chXmlObject child = large.getChild(); child.hasData(); ++child)
+      if (place++ % 1000 == 0) kept.push_back(child);
+    large = chXmlObject();
+    for (size_t i = 0; i < kept.size(); ++i)
+      EXPECT_EQ(kept[i].ExportToText(true), "<b>" + std::to_string(1000 * i) + "</b>");
+  }
+  EXPECT_EQ(balance(), before);
+}
+
 TEST(XmlObject, HandlesOnOneTreeAreCopiedAndDroppedByManyThreads) {
   chXmlDocument document = chXmlDocument::ParseDocument("<a><b k='1'><c/></b><d k='1'/></a>");
   std::vector<std::thread> threads;

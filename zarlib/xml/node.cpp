@@ -38,8 +38,9 @@ size_t packed_size(const xml_attribute_phrase *attributes, size_t count) {
 
 /// Copies a text, entities decoded. @return The end of the copy.
 char *copy_decoded(std::string_view text, char *place) {
-  if (text.size() >= 4 && text.size() <= 16 &&
-      zar::copy_in_two_words(text.data(), text.size(), place, zar::xml_word_has_ampersand))
+  constexpr auto has_ampersand = [](std::uint64_t word) { return zar::xml_word_has_ampersand(word); };
+  if (text.size() < 4) return zar::copy_short(text.data(), text.size(), place); // no entity is that short
+  if (text.size() <= 16 && zar::copy_in_two_words(text.data(), text.size(), place, has_ampersand))
     return place + text.size();
   return zar::xml_decode_to(text, place);
 }
@@ -61,7 +62,7 @@ void pack(char *at, const xml_attribute_phrase *attributes, size_t count) {
 xml_node *xml_node::build(xml_node_blocks *blocks, int type, bool attributes_too, std::string_view text, bool decoded,
                           size_t packed_bytes) {
   if (text.size() > longest_in_place) {
-    auto apart = std::make_unique<std::string>(decoded ? zar::xml_decoded(text) : text);
+    auto apart = std::make_unique<std::string>(decoded ? zar::xml_decoded(text) : std::string(text));
     xml_node *const node = build(blocks, type, attributes_too, {}, false, packed_bytes);
     node->put_text_apart(apart.release());
     return node;

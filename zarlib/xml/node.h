@@ -2,8 +2,10 @@
 #pragma once
 
 #include "zarlib/xml/node_blocks.h"
+#include "zarlib/xml/words.h"
 #include "zarlib/xml/xml_object.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstring>
@@ -65,6 +67,15 @@ struct chXmlObject::xmlNodeData {
 
   std::string_view text() const;
   void set_text(std::string_view text);
+
+  static constexpr size_t in_first_word = 8;
+  /// The first 8 bytes where the text stands; behind a shorter text anything. REQUIRES: the text is in its place.
+  std::uint64_t first_word() const { return zar::load_word<std::uint64_t>(text_place()); }
+  /// Whether the text goes on, behind its first 8 bytes, as `text` does. REQUIRES: in its place, as long as `text`.
+  bool goes_on_as(std::string_view text) const {
+    return text.size() <= in_first_word ||
+           std::memcmp(text_place() + in_first_word, text.data() + in_first_word, text.size() - in_first_word) == 0;
+  }
 
   /// 0 for a record without room for attributes, as all that follow treat it as one without any.
   size_t attribute_count() const;
@@ -175,6 +186,26 @@ xml_node *find_element(xml_node *from, Test test) {
   while (from && !(from->type == xmlTypeElement && test(*from))) from = from->next;
   return from;
 }
+
+/// The test for an element of that name, as quick as can be for each of many: length and first word decide nearly all.
+class element_named {
+public:
+  explicit element_named(std::string_view name) : m_name(name) {
+    const size_t size = std::min(name.size(), xml_node::in_first_word);
+    std::memcpy(&m_first, name.data(), size);
+    m_mask = size == 0 ? 0 : ~std::uint64_t{0} >> (64 - 8 * size);
+  }
+  bool operator()(const xml_node &node) const {
+    if (node.text_is_apart) return node.text() == m_name;
+    return node.text_length == m_name.size() && ((node.first_word() ^ m_first) & m_mask) == 0 &&
+           node.goes_on_as(m_name);
+  }
+
+private:
+  std::string_view m_name;
+  std::uint64_t m_first = 0;
+  std::uint64_t m_mask;
+};
 
 /// Drops the reference that it holds, unless it was handed on.
 class xml_node_owner {

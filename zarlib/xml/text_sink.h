@@ -33,15 +33,16 @@ public:
     m_at = at + size - 1;
   }
 
-  /// Entities written.
+  /// Entities written. Room is taken for a little at a time: a piece that an entity made too small is lost.
   void put_escaped(std::string_view text) {
-    for (;;) {
-      char *const at = room(text.size());
-      const size_t plain = xml_copy_plain(text, at);
-      m_at = at + plain;
-      if (plain == text.size()) return;
-      put(xml_entity(text[plain]));
-      text.remove_prefix(plain + 1);
+    while (!text.empty()) {
+      const std::string_view front = text.substr(0, at_once);
+      const size_t plain = xml_copy_plain(front, room(front.size()));
+      m_at += plain;
+      text.remove_prefix(plain);
+      if (plain == front.size()) continue;
+      put(xml_entity(text.front()));
+      text.remove_prefix(1);
     }
   }
 
@@ -73,7 +74,8 @@ private:
     return m_at;
   }
 
-  static constexpr size_t smallest = 4 * 1024, largest = 1024 * 1024;
+  static constexpr size_t smallest = 4 * 1024, largest = 1024 * 1024; // pieces
+  static constexpr size_t at_once = 512;
 
   std::vector<piece> m_pieces;
   size_t m_size_before = 0; // of all pieces but the last

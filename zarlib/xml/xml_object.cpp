@@ -10,10 +10,6 @@ namespace {
 
 bool any(const zar::xml_node &) { return true; }
 
-auto named(std::string_view name) {
-  return [name](const zar::xml_node &node) { return node.text() == name; };
-}
-
 auto with_attribute(std::string_view key, std::string_view value) {
   return [=](const zar::xml_node &node) { return node.find_attribute(key) == value; };
 }
@@ -91,11 +87,11 @@ chXmlObject &chXmlObject::operator++() {
 }
 
 chXmlElement chXmlObject::FindChildElement(const std::string &name) const {
-  return element_on(zar::find_element(first_child(), named(name)));
+  return element_on(zar::find_element(first_child(), zar::element_named(name)));
 }
 
 chXmlElement chXmlObject::FindNextElement(const std::string &name) const {
-  return element_on(zar::find_element(next_sibling(), named(name)));
+  return element_on(zar::find_element(next_sibling(), zar::element_named(name)));
 }
 
 chXmlElement chXmlObject::operator[](const std::string &name) const { return FindChildElement(name); }
@@ -255,13 +251,13 @@ chXmlElement chXmlElement::FindNextAttribute(const std::string &key, const std::
 }
 
 std::string chXmlElement::GetOption(const std::string &key, const std::string &defaultValue) const {
-  const xmlNodeData *const option = zar::find_element(first_child(), named(key));
+  const xmlNodeData *const option = zar::find_element(first_child(), zar::element_named(key));
   const xmlNodeData *const text = option ? option->first_child : nullptr;
   return text && text->type == xmlTypeText ? std::string(text->text()) : defaultValue;
 }
 
 int chXmlElement::SetOption(const std::string &key, const std::string &value) {
-  xmlNodeData *const option = zar::find_element(first_child(), named(key));
+  xmlNodeData *const option = zar::find_element(first_child(), zar::element_named(key));
   if (!option) {
     AddChildElement(key).AddChildObject(xmlTypeText, value);
   } else if (xmlNodeData *const first = option->first_child) { // whatever kind it is: settled, callers rely on it

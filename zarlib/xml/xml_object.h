@@ -41,8 +41,8 @@ enum xmlType : int {
 ///
 /// Copying a handle costs one atomic addition, and navigation one more; neither copies text. Each node counts as one
 /// allocation in the balance of baseDymicAlloc. The nodes of a text that was read, and of a clone, lie side by side in
-/// blocks of up to 32 KB; a block goes when its last node has gone, so a handle on one node of a large tree that has
-/// been dropped keeps that much.
+/// blocks of up to 32 KB, and beyond 4 MB of up to 2 MB. A block goes when its last node has gone, so a handle on one
+/// node of a large tree that has been dropped keeps that much; hold its clone() instead.
 class ZAR_API chXmlObject : public baseDymicAlloc {
 public:
   /// The record of one node; its layout is the library's own.
@@ -124,7 +124,7 @@ public:
   /// handle.
   chXmlObject clone() const;
 
-  /// The node and all below it as text; empty for an empty handle. The text is sized before it is written.
+  /// The node and all below it as text; empty for an empty handle. One pass, in memory of twice the text's size.
   /// @param compact  False: one node a line, two blanks of indent for each level of getLevel(), "\r\n" at each line's
   ///                 end; an element with a text as its only child stands on one line. True: no indent and no line
   ///                 ends. Comments and CDATA sections are written as they are in the first form and with entities in

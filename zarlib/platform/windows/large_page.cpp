@@ -1,0 +1,10 @@
+#include "zarlib/platform/large_page.h"
+
+namespace zar::platform {
+
+// The right to lock pages in memory would be needed, which hardly any account has.
+void *take_large_page() { return nullptr; }
+
+void give_back_large_page(void *) {}
+
+} // namespace zar::platform
