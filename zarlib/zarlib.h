@@ -1,6 +1,7 @@
 // All of ZARLib.
 #pragma once
 
+#include "zarlib/audio/samples.h"
 #include "zarlib/companion/morfile.h"
 #include "zarlib/companion/qxstl.h"
 #include "zarlib/crash/crash_capture.h"
@@ -39,6 +40,8 @@
 #include "zarlib/text/paths.h"
 #include "zarlib/text/quoted.h"
 #include "zarlib/text/words.h"
+#include "zarlib/time/calendar.h"
+#include "zarlib/time/geometry.h"
 #include "zarlib/time/ticks.h"
 #include "zarlib/trace/console.h"
 #include "zarlib/trace/file_trace.h"

@@ -20,4 +20,11 @@ unsigned long long read_boot_milliseconds();
 /// The wall clock in the local time zone.
 SYSTEMTIME read_local_time();
 
+/// The wall clock in universal time.
+SYSTEMTIME read_system_time();
+
+/// Sets the wall clock to a universal time; the day of the week does not count.
+/// @return false when it is no date or time of day, its year is before 1601, or the process may not set the clock.
+bool set_system_time(const SYSTEMTIME &time);
+
 } // namespace zar::platform

@@ -1,15 +1,15 @@
 #include "zarlib/time/ticks.h"
 
 #include "zarlib/platform/clock.h"
+#include "zarlib/time/wrapping.h"
+
+using zar::wrapping_add;
+using zar::wrapping_multiply;
+using zar::wrapping_subtract;
 
 namespace {
 
 constexpr int microseconds_per_second = 1000000;
-
-// The 32-bit arithmetic of ticks wraps; the detour over unsigned words says so to the compiler.
-int wrapping_add(int a, int b) { return static_cast<int>(static_cast<unsigned>(a) + static_cast<unsigned>(b)); }
-int wrapping_subtract(int a, int b) { return static_cast<int>(static_cast<unsigned>(a) - static_cast<unsigned>(b)); }
-int wrapping_multiply(int a, int b) { return static_cast<int>(static_cast<unsigned>(a) * static_cast<unsigned>(b)); }
 
 int microseconds_of(const chTick &span) {
   return wrapping_add(wrapping_multiply(span.seconds, microseconds_per_second), span.microseconds);

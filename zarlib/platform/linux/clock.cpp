@@ -1,6 +1,7 @@
 #include "zarlib/platform/clock.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <ctime>
 
@@ -83,6 +84,30 @@ SYSTEMTIME read_local_time() {
   else
     result.wSecond = static_cast<unsigned short>(parts.tm_sec);
   return result;
+}
+
+SYSTEMTIME read_system_time() {
+  using namespace std::chrono;
+  const auto now = floor<milliseconds>(system_clock::now());
+  const auto today = floor<days>(now);
+  const year_month_day date = today;
+  const hh_mm_ss time(now - today);
+  const auto word = [](auto value) { return static_cast<unsigned short>(value); };
+  return {word(static_cast<int>(date.year())), word(static_cast<unsigned>(date.month())),
+          word(weekday(today).c_encoding()),   word(static_cast<unsigned>(date.day())),
+          word(time.hours().count()),          word(time.minutes().count()),
+          word(time.seconds().count()),        word(time.subseconds().count())};
+}
+
+bool set_system_time(const SYSTEMTIME &time) {
+  using namespace std::chrono;
+  constexpr int first_year = 1601;
+  const auto date = year(time.wYear) / time.wMonth / time.wDay;
+  if (time.wYear < first_year || !date.ok()) return false;
+  if (time.wHour > 23 || time.wMinute > 59 || time.wSecond > 59 || time.wMilliseconds > 999) return false;
+  const auto moment = sys_days(date) + hours(time.wHour) + minutes(time.wMinute) + seconds(time.wSecond);
+  const timespec words = {moment.time_since_epoch().count(), time.wMilliseconds * 1000000L};
+  return clock_settime(CLOCK_REALTIME, &words) == 0;
 }
 
 } // namespace zar::platform

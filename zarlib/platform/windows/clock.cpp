@@ -41,4 +41,15 @@ SYSTEMTIME read_local_time() {
   return time;
 }
 
+SYSTEMTIME read_system_time() {
+  SYSTEMTIME time;
+  GetSystemTime(&time);
+  return time;
+}
+
+bool set_system_time(const SYSTEMTIME &time) {
+  constexpr WORD first_year = 1601;
+  return time.wYear >= first_year && SetSystemTime(&time) != 0;
+}
+
 } // namespace zar::platform

@@ -1,0 +1,78 @@
+// Calendar dates to day numbers and back: the arithmetic behind chTime.
+//
+// The formulas are those of Fliegel and Van Flandern (Communications of the ACM 11, 1968, p. 657) for the Gregorian
+// calendar, extended backward. A day number is the Julian Day Number less 1721028; 1 January 1970 is 719560. Where every
+// term is known to be positive and small, the same results come from shorter sums; all other arguments go through the
+// formulas as they were published.
+//
+// From a date the formula holds from 1 March of the year -4801, the year before 1 being -1, to 28 February of the year
+// 1465073, where its 32-bit words overflow. From a day number it holds from -1789597 (1 March of the year -4900, the year
+// before 1 being 0) to the greatest int (9 June of the year 5879610). Beyond these ends both give what they give.
+#pragma once
+
+#include "zarlib/time/wrapping.h"
+
+namespace zar {
+
+struct calendar_date {
+  int year;
+  int month; ///< 1 to 12
+  int day;   ///< 1 to 31
+};
+
+/// The published formula in 32-bit words that wrap. Nothing is validated; a negative year counts without a year zero.
+constexpr int far_day_number(int year, int month, int day) {
+  const int a = wrapping_subtract(month, 14) / 12;
+  // Settled, callers rely on it: the year before 1 is -1, and the way back does not undo this.
+  const int y = wrapping_add(wrapping_add(year, year < 0 ? 1 : 0), a);
+  const int in_years = wrapping_multiply(1461, wrapping_add(y, 4800)) / 4;
+  const int month_of_year = wrapping_subtract(wrapping_subtract(month, 2), wrapping_multiply(12, a));
+  const int in_months = wrapping_multiply(367, month_of_year) / 12;
+  const int in_centuries = wrapping_multiply(3, wrapping_add(y, 4900) / 100) / 4;
+  const int sum = wrapping_subtract(wrapping_add(in_years, in_months), in_centuries);
+  return wrapping_subtract(wrapping_add(sum, day), 1753103);
+}
+
+/// far_day_number(), in fewer steps for the years 0 to 999999.
+constexpr int day_number_of(int year, int month, int day) {
+  const bool distant = static_cast<unsigned>(year) > 999999, no_month = static_cast<unsigned>(month) - 1 > 11;
+  if (distant | no_month) return far_day_number(year, month, day);
+  const bool after_december = month < 3; // years begin in March here, so that the leap day is the last
+  const unsigned y = static_cast<unsigned>(year) + 4800 - after_december;
+  const unsigned m = static_cast<unsigned>(month) + (after_december ? 12 : 0);
+  const unsigned centuries = y / 100;
+  const unsigned days = 1461 * y / 4 - centuries + centuries / 4 + (979 * m - 2919) / 32;
+  return static_cast<int>(days + static_cast<unsigned>(day) - 1753073U);
+}
+
+/// The published formula in 64-bit words, of which every int is a legal argument.
+constexpr calendar_date far_date_of(int day_number) {
+  long long l = day_number + 1789597LL;
+  const long long n = 4 * l / 146097;
+  l -= (146097 * n + 3) / 4;
+  const long long i = 4000 * (l + 1) / 1461001;
+  l = l - 1461 * i / 4 + 31;
+  const long long j = 80 * l / 2447;
+  const long long day = l - 2447 * j / 80;
+  l = j / 11;
+  return {static_cast<int>(100 * (n - 49) + i + l), static_cast<int>(j + 2 - 12 * l), static_cast<int>(day)};
+}
+
+/// far_date_of(), in fewer steps from March of the year 0 to the year 19728: see Neri and Schneider, "Euclidean affine
+/// functions and their application to calendar algorithms" (Software: Practice and Experience 53, 2023).
+constexpr calendar_date date_of(int day_number) {
+  const unsigned n = static_cast<unsigned>(day_number) - 92; // days since 1 March of the year 0
+  const unsigned centuries = (4 * n + 3) / 146097;
+  const unsigned julian = n + centuries - centuries / 4;          // as if every fourth year had a leap day
+  const unsigned long long years = 2939745ULL * (4 * julian + 3); // 2939745 is 2^32 / 1461 rounded up
+  const unsigned day_of_year = static_cast<unsigned>(years) / (4 * 2939745U);
+  const unsigned months = 2141 * day_of_year + 197913; // the month above 16 bits, the day of the month below
+  const bool next_year = day_of_year >= 306;
+  calendar_date date = {static_cast<int>(years >> 32) + next_year,
+                        static_cast<int>(months >> 16) - (next_year ? 12 : 0),
+                        static_cast<int>((months & 0xFFFF) / 2141 + 1)};
+  if (n >= 7206000) date = far_date_of(day_number);
+  return date;
+}
+
+} // namespace zar
