@@ -215,13 +215,12 @@ template <class W>
 class round_keys {
 public:
   round_keys(const unsigned char *schedule, int rounds) {
-    unsigned char copies[words_in<W> * blocks_in_word * aes_block];
     for (int round = 0; round <= rounds; ++round) {
-      for (size_t at = 0; at < sizeof copies; at += aes_block)
-        std::memcpy(copies + at, schedule + round * 16, aes_block);
-      m_keys[round] = read_blocks<W>(copies);
+      unsigned char copies[blocks_in_word * aes_block];
+      for (size_t i = 0; i < blocks_in_word; ++i) std::memcpy(copies + i * aes_block, schedule + round * 16, aes_block);
+      const bits<word> key = read_blocks<word>(copies);
+      for (int i = 0; i < 8; ++i) m_keys[round].at[i] = W() | key.at[i];
     }
-    zar::wipe(copies, sizeof copies);
   }
   ~round_keys() { zar::wipe(m_keys, sizeof m_keys); }
   round_keys(const round_keys &) = delete;
@@ -257,7 +256,8 @@ void decipher_state(bits<W> &q, const round_keys<W> &keys, int rounds) {
 
 /// Takes the blocks in groups; the last group is filled up.
 template <void (*cipher)(bits<wide_word> &, const round_keys<wide_word> &, int)>
-void for_all(const unsigned char *schedule, int rounds, const unsigned char *in, unsigned char *out, size_t blocks) {
+[[gnu::flatten]] void for_all(const unsigned char *schedule, int rounds, const unsigned char *in, unsigned char *out,
+                              size_t blocks) {
   constexpr size_t group = words_in<wide_word> * blocks_in_word * aes_block;
   const round_keys<wide_word> keys(schedule, rounds);
   for (size_t left = blocks * aes_block; left > 0;) {
