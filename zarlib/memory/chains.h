@@ -106,6 +106,14 @@ public:
   void set_pNext(list_chain_offset *node) { m_next.set_target(node); }
   void set_pPrev(list_chain_offset *node) { m_back.set_target(node ? &node->m_back : nullptr); }
 
+  /// Makes two nodes neighbours: both words between them, and no others, are stored.
+  friend void chain_link(list_chain_offset &first, list_chain_offset &second) {
+    const auto distance = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&second) -
+                                                     reinterpret_cast<std::uintptr_t>(&first));
+    first.m_next.set_distance(distance);
+    second.m_back.set_distance(0 - distance);
+  }
+
 private:
   zar::self_relative_word m_next;
   zar::self_relative_word m_back;
@@ -117,10 +125,7 @@ static_assert(sizeof(list_chain_offset) == 8, "a storage format");
 /// Takes the node out of its list; both its words become null.
 /// REQUIRES: the node is in a list. Not tested: the null neighbours of one that is not are written through.
 inline void chain_unlink(list_chain_offset &node) {
-  list_chain_offset *const previous = node.get_pPrev();
-  list_chain_offset *const next = node.get_pNext();
-  next->set_pPrev(previous);
-  previous->set_pNext(next);
+  chain_link(*node.get_pPrev(), *node.get_pNext());
   node.set_pNext(nullptr);
   node.set_pPrev(nullptr);
 }
@@ -137,11 +142,8 @@ inline void chain_unlink(list_chain_pointer &node) {
 /// Puts a node that is in no list directly ahead of `next`; with the head as `next` it becomes the last.
 /// REQUIRES: `next` is in a list, or is a head.
 inline void chain_insert_before(list_chain_offset &next, list_chain_offset &node) {
-  list_chain_offset *const previous = next.get_pPrev();
-  next.set_pPrev(&node);
-  node.set_pPrev(previous);
-  node.set_pNext(&next);
-  previous->set_pNext(&node);
+  chain_link(*next.get_pPrev(), node);
+  chain_link(node, next);
 }
 
 inline void chain_insert_before(list_chain_pointer &next, list_chain_pointer &node) {

@@ -18,6 +18,7 @@ namespace {
 
 constexpr int smallest_payload = 8; // the node of the free list
 constexpr int smallest_cell = 12;
+constexpr unsigned header_size = sizeof(pool_chain);
 constexpr unsigned largest_slack = 12; // handed out with the request rather than split off
 
 // The allocator's place in the object of its block; a dump begins at that object.
@@ -48,46 +49,43 @@ list_chain_offset *previous_of(const list_chain_offset *node) {
   return previous;
 }
 
-unsigned distance(const void *from, const void *to) {
-  return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(to) - reinterpret_cast<std::uintptr_t>(from));
-}
-
 unsigned size_of(const pool_chain *cell) { return static_cast<unsigned>(cell->get_nPoolSize()); }
 
-// Makes two nodes neighbours in their list.
-void link_nodes(list_chain_offset *first, list_chain_offset *second) {
-  first->set_pNext(second);
-  second->set_pPrev(first);
+// The list is in the order of the cells, so a right neighbour is free exactly when it is the next in the list; asking it
+// so leaves the memory of used cells alone.
+bool is_right_neighbour(const list_chain_offset *next, const list_chain_offset *node, unsigned reach) {
+  return reinterpret_cast<std::uintptr_t>(node) + reach == reinterpret_cast<std::uintptr_t>(next);
 }
 
-// Cuts a listed free cell behind `payload` bytes; `next` is its neighbour in the list.
-void cut_cell(pool_chain *cell, int payload, list_chain_offset *next) {
-  pool_chain *const rest = ::new (reinterpret_cast<char *>(cell->get_pData()) + payload) pool_chain;
-  rest->set_pRight(cell->get_pRight());
+// Cuts a listed free cell that reaches to `reach` behind its first `kept` bytes; `next` is its neighbour in the list.
+// What cell and neighbour hold about each other before does not matter.
+// @return The cell. Out of line, so that the search needs no more registers than a function may use freely.
+[[gnu::noinline]] pool_chain *cut_cell(pool_chain *cell, unsigned reach, unsigned kept, list_chain_offset *next) {
+  cell->set_iOffsetRightCell(kept);
+  pool_chain *const rest = ::new (reinterpret_cast<char *>(cell) + kept) pool_chain;
+  rest->set_iOffsetRightCell(reach - kept);
   rest->set_cell_free(true);
-  cell->set_pRight(rest);
   list_chain_offset *const node = ::new (rest->get_pData()) list_chain_offset;
-  link_nodes(node, next);
-  link_nodes(cell->get_pData(), node);
+  chain_link(*cell->get_pData(), *node);
+  chain_link(*node, *next);
+  return cell;
 }
 
-// Extends a listed free cell over free right neighbours until it holds `payload` bytes. The list is in the order of the
-// cells, so a right neighbour is free exactly when it is the next in the list; asking it so leaves the memory of used
-// cells alone. The links are written once, behind the last cell joined.
-// @return The cell's neighbour in the list, now.
-list_chain_offset *join_right_cells(pool_chain *cell, list_chain_offset *next, unsigned payload) {
-  pool_chain *right = cell->get_pRight();
-  if (right != pool_chain::get_pCell(next)) return next;
-  do {
-    list_chain_offset *const joined = next;
-    next = next_of(joined);
-    right = right->get_pRight();
-    joined->set_pNext(nullptr);
-    joined->set_pPrev(nullptr);
-  } while (distance(cell->get_pData(), right) < payload && right == pool_chain::get_pCell(next));
-  cell->set_pRight(right);
-  link_nodes(cell->get_pData(), next);
-  return next;
+// The order of the list, in which the head, which lies outside of the pool, is before every node and behind every node.
+bool is_behind(const void *pool, const list_chain_offset *node, const pool_chain *cell) {
+  const auto start = reinterpret_cast<std::uintptr_t>(pool);
+  return reinterpret_cast<std::uintptr_t>(node) - start > reinterpret_cast<std::uintptr_t>(cell) - start;
+}
+
+bool is_before(const void *pool_end, const list_chain_offset *node, const pool_chain *cell) {
+  const auto end = reinterpret_cast<std::uintptr_t>(pool_end);
+  return end - reinterpret_cast<std::uintptr_t>(node) > end - reinterpret_cast<std::uintptr_t>(cell);
+}
+
+void list_cell(pool_chain *cell, list_chain_offset *before, list_chain_offset *behind) {
+  list_chain_offset *const node = ::new (cell->get_pData()) list_chain_offset;
+  chain_link(*before, *node);
+  chain_link(*node, *behind);
 }
 
 bool is_within(const pool_chain *cell, const pool_chain *begin, const pool_chain *end) {
@@ -115,11 +113,22 @@ int basePoolAlloc::init_pool(void *pool, int bytes) {
 }
 
 void *basePoolAlloc::alloc(int bytes) {
+  // Whoever has probed finds the cell cut to measure, and mostly as the first of the list: no search then.
+  list_chain_offset *const first = next_of(&m_free);
+  pool_chain *const cell = pool_chain::get_pCell(first);
+  if (first == &m_free || size_of(cell) - payload_for(bytes) > largest_slack) return search_and_take(bytes);
+  return take_cell(cell);
+}
+
+// Out of line, as other slow paths here: the fast ones then need no frame.
+[[gnu::noinline]] void *basePoolAlloc::search_and_take(int bytes) {
   pool_chain *const cell = find_big_enough_cell(bytes);
-  if (!cell) {
-    dump_pool();
-    return nullptr;
-  }
+  if (cell) return take_cell(cell);
+  dump_pool();
+  return nullptr;
+}
+
+void *basePoolAlloc::take_cell(pool_chain *cell) {
   cell->set_cell_free(false);
   pop_free_cell(cell);
   return cell->get_pData();
@@ -152,15 +161,29 @@ int basePoolAlloc::get_available_bytes(void *p) const { return cell_of(p)->get_n
 bool basePoolAlloc::is_valid_pointer(const void *p) const { return is_within(cell_of(p), begin_cell(), end_cell()); }
 
 pool_chain *basePoolAlloc::find_big_enough_cell(int bytes) {
-  const unsigned payload = payload_for(bytes);
+  const unsigned needed = payload_for(bytes) + header_size;
   list_chain_offset *next;
   for (list_chain_offset *node = next_of(&m_free); node != &m_free; node = next) {
     pool_chain *const cell = pool_chain::get_pCell(node);
+    unsigned reach = cell->get_iOffsetRightCell();
     next = next_of(node);
-    if (size_of(cell) < payload) next = join_right_cells(cell, next, payload);
-    if (size_of(cell) < payload) continue;
-    if (size_of(cell) > payload + largest_slack) cut_cell(cell, static_cast<int>(payload), next);
-    return cell;
+    if (reach < needed) {
+      if (!is_right_neighbour(next, node, reach)) continue;
+      // The cell is written once, behind the last neighbour joined.
+      do {
+        list_chain_offset *const joined = next;
+        reach += pool_chain::get_pCell(joined)->get_iOffsetRightCell();
+        next = next_of(joined);
+        joined->set_pNext(nullptr);
+        joined->set_pPrev(nullptr);
+      } while (reach < needed && is_right_neighbour(next, node, reach));
+      if (reach <= needed + largest_slack) {
+        cell->set_iOffsetRightCell(reach);
+        chain_link(*node, *next);
+        if (reach < needed) continue;
+      }
+    }
+    return reach > needed + largest_slack ? cut_cell(cell, reach, needed, next) : cell;
   }
   return nullptr;
 }
@@ -170,15 +193,42 @@ pool_chain *basePoolAlloc::begin_cell() const { return cell_at(this, m_nPoolOffs
 pool_chain *basePoolAlloc::end_cell() const { return cell_at(this, std::intptr_t{m_nPoolOffset} + m_nPoolSize); }
 
 void basePoolAlloc::push_free_cell(pool_chain *cell) {
-  list_chain_offset &behind = free_node_behind(cell);
-  chain_insert_before(behind, *::new (cell->get_pData()) list_chain_offset);
+  // In a pool used as a queue the place is behind the head or the first free cell.
+  const pool_chain *const pool = begin_cell();
+  list_chain_offset *const first = next_of(&m_free);
+  if (is_behind(pool, first, cell)) return list_cell(cell, &m_free, first);
+  list_chain_offset *const second = next_of(first);
+  if (is_behind(pool, second, cell)) return list_cell(cell, first, second);
+  push_far_cell(cell, next_of(second));
 }
 
-void basePoolAlloc::pop_free_cell(pool_chain *cell) { chain_unlink(*cell->get_pData()); }
+// Three ways lead to the place, and each is short in a pool of another kind: up the free list from `up`, down from its
+// end, along the cells to the right. Taken one step each in turn, the shortest of the three decides what a free costs.
+[[gnu::noinline]] void basePoolAlloc::push_far_cell(pool_chain *cell, list_chain_offset *up) {
+  const pool_chain *const pool = begin_cell(), *const end = end_cell();
+  pool_chain *right = cell->get_pRight();
+  list_chain_offset *down = previous_of(&m_free);
+  for (;;) {
+    if (is_behind(pool, up, cell)) return list_cell(cell, previous_of(up), up);
+    if (is_before(end, down, cell)) return list_cell(cell, down, next_of(down));
+    if (right >= end) return list_cell(cell, previous_of(&m_free), &m_free);
+    if (right->is_free_cell()) return list_cell(cell, previous_of(right->get_pData()), right->get_pData());
+    up = next_of(up);
+    down = previous_of(down);
+    right = right->get_pRight();
+  }
+}
+
+void basePoolAlloc::pop_free_cell(pool_chain *cell) {
+  list_chain_offset *const node = cell->get_pData();
+  chain_link(*previous_of(node), *next_of(node));
+  node->set_pNext(nullptr);
+  node->set_pPrev(nullptr);
+}
 
 void basePoolAlloc::disjoin_big_cell(pool_chain *cell, int bytes) {
   if (cell->get_nPoolSize() - smallest_cell < bytes) return;
-  cut_cell(cell, bytes, next_of(cell->get_pData()));
+  cut_cell(cell, cell->get_iOffsetRightCell(), static_cast<unsigned>(bytes) + header_size, next_of(cell->get_pData()));
 }
 
 bool basePoolAlloc::try_join_right_cell(pool_chain *cell) {
@@ -204,26 +254,6 @@ bool basePoolAlloc::is_valid_cell(pool_chain *cell) const {
     return false;
   }
   return true;
-}
-
-// The first free node at a higher address, or the head. Three ways lead there, and each is short in a pool of another
-// kind: up the free list from its start, down from its end, along the cells to the right. Taken one step each in turn,
-// the shortest of the three decides what a free costs.
-list_chain_offset &basePoolAlloc::free_node_behind(pool_chain *cell) {
-  list_chain_offset *const node = cell->get_pData();
-  const pool_chain *const end = end_cell();
-  pool_chain *right = cell->get_pRight();
-  list_chain_offset *up = next_of(&m_free);
-  list_chain_offset *down = previous_of(&m_free);
-  for (;;) {
-    if (up == &m_free || up > node) return *up;
-    if (down == &m_free || down < node) return *next_of(down);
-    if (right >= end) return m_free;
-    if (right->is_free_cell()) return *right->get_pData();
-    up = next_of(up);
-    down = previous_of(down);
-    right = right->get_pRight();
-  }
 }
 
 void basePoolAlloc::dump_pool() const {

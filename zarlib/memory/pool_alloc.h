@@ -128,7 +128,9 @@ protected:
   bool is_valid_cell(pool_chain *cell) const;
 
 private:
-  list_chain_offset &free_node_behind(pool_chain *cell);
+  void *search_and_take(int bytes);
+  void *take_cell(pool_chain *cell);
+  void push_far_cell(pool_chain *cell, list_chain_offset *up);
   void dump_pool() const;
 
   std::int32_t m_nPoolSize;   // bytes of the pool

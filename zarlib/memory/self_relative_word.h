@@ -26,6 +26,9 @@ public:
   /// REQUIRES: within_reach(p).
   void set_target(const void *p) { m_value = p ? static_cast<std::uint32_t>(distance_to(p)) : null_value; }
 
+  /// The same by the distance, for targets that cannot be null: costs no test.
+  void set_distance(std::uint32_t distance) { m_value = distance; }
+
   /// Whether 32 bits hold the distance: always on a 32-bit target, within 2 GiB on a 64-bit one.
   bool within_reach(const void *p) const {
     const auto distance = static_cast<std::intptr_t>(distance_to(p));
