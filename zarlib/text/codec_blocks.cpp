@@ -224,24 +224,27 @@ ZAR_TARGET("avx2") size_t decode_base64_avx2(const char *in, size_t size, unsign
 
 const vector_level best_vector_level = detected_level();
 
+/// Below, the 16 bytes a step are done before the wide tables are laid out.
+constexpr size_t wide_pays = 48;
+
 size_t encode_base16_blocks(vector_level level, const unsigned char *in, size_t size, char *out) {
-  if (level == vector_level::avx2) return encode_base16_avx2(in, size, out);
-  return level == vector_level::ssse3 ? encode_base16_ssse3(in, size, out) : 0;
+  if (level == vector_level::avx2 && size >= wide_pays) return encode_base16_avx2(in, size, out);
+  return level == vector_level::none ? 0 : encode_base16_ssse3(in, size, out);
 }
 
 size_t encode_base64_blocks(vector_level level, const unsigned char *in, size_t size, char *out) {
-  if (level == vector_level::avx2) return encode_base64_avx2(in, size, out);
-  return level == vector_level::ssse3 ? encode_base64_ssse3(in, size, out) : 0;
+  if (level == vector_level::avx2 && size >= wide_pays) return encode_base64_avx2(in, size, out);
+  return level == vector_level::none ? 0 : encode_base64_ssse3(in, size, out);
 }
 
 size_t decode_base16_blocks(vector_level level, const char *in, size_t size, unsigned char *out) {
-  if (level == vector_level::avx2) return decode_base16_avx2(in, size, out);
-  return level == vector_level::ssse3 ? decode_base16_ssse3(in, size, out) : 0;
+  if (level == vector_level::avx2 && size >= wide_pays) return decode_base16_avx2(in, size, out);
+  return level == vector_level::none ? 0 : decode_base16_ssse3(in, size, out);
 }
 
 size_t decode_base64_blocks(vector_level level, const char *in, size_t size, unsigned char *out) {
-  if (level == vector_level::avx2) return decode_base64_avx2(in, size, out);
-  return level == vector_level::ssse3 ? decode_base64_ssse3(in, size, out) : 0;
+  if (level == vector_level::avx2 && size >= wide_pays) return decode_base64_avx2(in, size, out);
+  return level == vector_level::none ? 0 : decode_base64_ssse3(in, size, out);
 }
 
 } // namespace zar

@@ -13,8 +13,8 @@ enum class vector_level { none, ssse3, avx2 };
 /// What this processor has, asked once when the library is loaded; until then none, which is right too.
 extern const vector_level best_vector_level;
 
-/// Base64 blocks write up to so many bytes behind those that count.
-constexpr size_t block_slack = 32;
+/// Blocks of decoded Base64 write up to so many bytes behind the room that the whole input needs.
+constexpr size_t block_slack = 8;
 
 /// @return Bytes taken; twice as many characters stand in `out`.
 size_t encode_base16_blocks(vector_level level, const unsigned char *in, size_t size, char *out);
@@ -26,7 +26,7 @@ size_t encode_base64_blocks(vector_level level, const unsigned char *in, size_t 
 /// @return Characters taken, an even number; half as many bytes stand in `out`, and nothing behind them is written.
 size_t decode_base16_blocks(vector_level level, const char *in, size_t size, unsigned char *out);
 /// @return Characters taken, a multiple of 4; three quarters as many bytes stand in `out`.
-/// REQUIRES: block_slack bytes of room behind those.
+/// REQUIRES: room for three quarters of `size` and block_slack bytes.
 size_t decode_base64_blocks(vector_level level, const char *in, size_t size, unsigned char *out);
 
 } // namespace zar

@@ -44,12 +44,8 @@ constexpr size_t short_bytes = 64;                       // clearing so many cos
 /// @param length_of  From a number of bytes to the number of their characters.
 /// @param encode     Writes the characters of (bytes, their number) to a place.
 template <class Encode>
-std::string encoded(const unsigned char *data, size_t size, size_t (*length_of)(size_t), Encode encode) {
-  if (size <= short_bytes) {
-    std::string text(length_of(size), '\0');
-    encode(data, size, text.data());
-    return text;
-  }
+[[gnu::noinline]] std::string encoded_by_pieces(const unsigned char *data, size_t size, size_t (*length_of)(size_t),
+                                                Encode encode) {
   std::string text;
   text.reserve(length_of(size));
   char piece[2 * piece_bytes];
@@ -58,6 +54,14 @@ std::string encoded(const unsigned char *data, size_t size, size_t (*length_of)(
     encode(data, count, piece);
     text.append(piece, length_of(count));
   }
+  return text;
+}
+
+template <class Encode>
+std::string encoded(const unsigned char *data, size_t size, size_t (*length_of)(size_t), Encode encode) {
+  if (size > short_bytes) return encoded_by_pieces(data, size, length_of, encode);
+  std::string text(length_of(size), '\0');
+  encode(data, size, text.data());
   return text;
 }
 
@@ -94,8 +98,9 @@ public:
   static constexpr size_t singles = 1; // the blocks reach up to the end of a line and take the next one from its start
 
   size_t blocks(vector_level level, const char *in, size_t size, unsigned char *&out) const {
-    const size_t taken = decode_base64_blocks(level, in, size, out);
+    size_t taken = decode_base64_blocks(level, in, size, out);
     out += taken / 4 * 3;
+    for (; size - taken >= 4 && take_four(in + taken, out); taken += 4) out += 3;
     return taken;
   }
   bool is_between_groups() const { return m_count == 0; }
@@ -119,6 +124,17 @@ public:
   }
 
 private:
+  /// A whole group at once. @return False, and nothing is taken, if a character is outside the alphabet.
+  static bool take_four(const char *in, unsigned char *out) {
+    unsigned values[4], faults = 0;
+    for (int i = 0; i < 4; ++i) faults |= values[i] = value_of(base64_values, in[i]);
+    if (faults >= 64) return false;
+    out[0] = low_byte(values[0] << 2 | values[1] >> 4);
+    out[1] = low_byte(values[1] << 4 | values[2] >> 2);
+    out[2] = low_byte(values[2] << 6 | values[3]);
+    return true;
+  }
+
   unsigned m_bits = 0; ///< the lowest 6 for each character of the group
   int m_count = 0;
   bool m_ended = false;
@@ -126,7 +142,8 @@ private:
 
 /// Reads one piece. @return The end of the bytes in `out`.
 template <class Reader>
-unsigned char *read_piece(Reader &state, vector_level level, std::string_view text, unsigned char *out) {
+[[gnu::always_inline]] inline unsigned char *read_piece(Reader &state, vector_level level, std::string_view text,
+                                                        unsigned char *out) {
   Reader reader = state; // a copy that no byte written can overlap stays in registers
   for (size_t i = 0; i < text.size() && !reader.has_ended();) {
     if (reader.is_between_groups()) i += reader.blocks(level, text.data() + i, text.size() - i, out);
@@ -139,17 +156,12 @@ unsigned char *read_piece(Reader &state, vector_level level, std::string_view te
 }
 
 template <class Reader>
-std::vector<unsigned char> decoded(vector_level level, std::string_view text, size_t (*most_bytes)(size_t)) {
-  unsigned char piece[piece_bytes + block_slack];
-  Reader reader;
-  if (text.size() <= piece_characters) {
-    unsigned char *end = read_piece(reader, level, text, piece);
-    reader.finish(end);
-    return {piece, end};
-  }
+[[gnu::noinline]] std::vector<unsigned char> decoded_by_pieces(vector_level level, std::string_view text,
+                                                               size_t at_most) {
   std::vector<unsigned char> bytes;
-  bytes.reserve(most_bytes(text.size()));
-  while (!text.empty() && !reader.has_ended()) {
+  bytes.reserve(at_most);
+  unsigned char piece[piece_bytes + block_slack];
+  for (Reader reader; !text.empty() && !reader.has_ended();) {
     const size_t count = std::min(text.size(), piece_characters);
     unsigned char *end = read_piece(reader, level, text.substr(0, count), piece);
     text.remove_prefix(count);
@@ -159,14 +171,25 @@ std::vector<unsigned char> decoded(vector_level level, std::string_view text, si
   return bytes;
 }
 
-void base16_piece(vector_level level, const unsigned char *in, size_t size, char *out) {
+template <class Reader>
+std::vector<unsigned char> decoded(vector_level level, std::string_view text, size_t at_most) {
+  if (text.size() > short_bytes) return decoded_by_pieces<Reader>(level, text, at_most);
+  std::vector<unsigned char> bytes(at_most + block_slack);
+  Reader reader;
+  unsigned char *end = read_piece(reader, level, text, bytes.data());
+  reader.finish(end);
+  bytes.resize(static_cast<size_t>(end - bytes.data()));
+  return bytes;
+}
+
+[[gnu::always_inline]] inline void base16_piece(vector_level level, const unsigned char *in, size_t size, char *out) {
   for (size_t i = encode_base16_blocks(level, in, size, out); i < size; ++i) {
     out[2 * i] = base16_alphabet[in[i] >> 4];
     out[2 * i + 1] = base16_alphabet[in[i] & 15];
   }
 }
 
-void base64_piece(vector_level level, const unsigned char *in, size_t size, char *out) {
+[[gnu::always_inline]] inline void base64_piece(vector_level level, const unsigned char *in, size_t size, char *out) {
   const auto character = [](unsigned bits) { return base64_alphabet[bits & 63]; };
   size_t i = encode_base64_blocks(level, in, size, out);
   out += i / 3 * 4;
@@ -201,11 +224,11 @@ std::string to_base64(vector_level level, const unsigned char *data, size_t size
 }
 
 std::vector<unsigned char> from_base16(vector_level level, std::string_view text) {
-  return decoded<base16_reader>(level, text, [](size_t length) { return length / 2 + 1; });
+  return decoded<base16_reader>(level, text, text.size() / 2 + 1);
 }
 
 std::vector<unsigned char> from_base64(vector_level level, std::string_view text) {
-  return decoded<base64_reader>(level, text, [](size_t length) { return length / 4 * 3 + 2; });
+  return decoded<base64_reader>(level, text, text.size() / 4 * 3 + 2);
 }
 
 void fetch_base16(vector_level level, std::string_view text, unsigned char *out) {
