@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 /// The address that the system gave a socket.
-inline chSocketAddr address_of(const chSocket &socket) {
+inline chSocketAddr address_of(unsigned fd) {
   chSocketAddr address;
   auto *raw = const_cast<sockaddr *>(&address.toSocketAddr());
 #ifdef _WIN32
@@ -15,9 +15,10 @@ inline chSocketAddr address_of(const chSocket &socket) {
 #else
   socklen_t length = sizeof address;
 #endif
-  EXPECT_EQ(getsockname(socket.GetSocketHandle(), raw, &length), 0);
+  EXPECT_EQ(getsockname(fd, raw, &length), 0);
   return address;
 }
+inline chSocketAddr address_of(const chSocket &socket) { return address_of(socket.fd()); }
 
 /// Listens on a port that the system picks.
 struct listener : chSocketTCPServer {
