@@ -63,13 +63,17 @@ memory_region parse(std::string_view line) {
 
 } // namespace
 
-memory_map::memory_map() {
-  char *const room = reserve_array<char>(text_max);
-  m_regions = reserve_array<memory_region>(regions_max);
-  if (!room || !m_regions) return;
+memory_map::memory_map()
+    : m_text(reserve_array<char>(text_max)), m_regions(reserve_array<memory_region>(regions_max)) {
+  if (!m_text || !m_regions) return;
   // The thread's own entry: that of the process is empty once its first thread has ended.
-  std::string_view text = read_whole("/proc/thread-self/maps", room, text_max);
+  std::string_view text = read_whole("/proc/thread-self/maps", m_text, text_max);
   while (!text.empty() && m_count < regions_max) m_regions[m_count++] = parse(take(text, '\n'));
+}
+
+memory_map::~memory_map() {
+  release_pages(m_text, text_max);
+  release_pages(m_regions, regions_max * sizeof(memory_region));
 }
 
 const memory_region *memory_map::at_or_above(std::uint64_t address) const {

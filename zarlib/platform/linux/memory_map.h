@@ -16,10 +16,12 @@ struct memory_region {
   std::string_view path; ///< empty for memory of no file
 };
 
-/// The map as it is at construction, in ascending order. Works in a dying process; its memory is not given back.
+/// The map as it is at construction, in ascending order. Works in a dying process, without the heap.
 class memory_map {
 public:
   memory_map();
+  memory_map(const memory_map &) = delete;
+  ~memory_map();
 
   const memory_region *begin() const { return m_regions; }
   const memory_region *end() const { return m_regions + m_count; }
@@ -28,7 +30,8 @@ public:
   const memory_region *at_or_above(std::uint64_t address) const;
 
 private:
-  memory_region *m_regions = nullptr;
+  char *m_text;
+  memory_region *m_regions;
   size_t m_count = 0;
 };
 

@@ -23,4 +23,8 @@ void *reserve_pages(size_t bytes) {
   return pages == MAP_FAILED ? nullptr : pages;
 }
 
+void release_pages(void *pages, size_t bytes) {
+  if (pages) munmap(pages, bytes);
+}
+
 } // namespace zar::platform

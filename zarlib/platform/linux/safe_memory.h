@@ -18,11 +18,14 @@ bool read_value(unsigned long long address, Value &value) {
 /// Copies a terminated text of any place, cut to the capacity; always terminated, empty where it cannot be read.
 void read_text(unsigned long long address, char *to, size_t capacity);
 
-/// Zeroed room for an array; null when there is none. Only what is touched becomes memory, and it is not given back.
+/// Zeroed room for an array; null when there is none. Only what is touched becomes memory.
 void *reserve_pages(size_t bytes);
 template <class Value>
 Value *reserve_array(size_t count) {
   return static_cast<Value *>(reserve_pages(count * sizeof(Value)));
 }
+
+/// Gives such room back; null is allowed.
+void release_pages(void *pages, size_t bytes);
 
 } // namespace zar::platform

@@ -1,0 +1,98 @@
+// Counts by module who takes memory in this process: hook_report [MODULE FUNCTION]
+//
+// It hooks malloc in all modules that are loaded. MODULE is loaded later than that, and FUNCTION, which takes and returns nothing, is
+// called in it. At the end it prints how many calls came from which module:
+//
+//     hook_report ./libplugin.so plugin_start
+#include <zarlib/crash/api_hooker.h>
+#include <zarlib/text/environment.h>
+#include <zarlib/text/paths.h>
+
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <string>
+
+#ifndef _WIN32
+#include <dlfcn.h>
+#endif
+
+// Everything up to report() runs inside malloc: it must not take memory itself.
+
+static void *(*real_malloc)(size_t) = std::malloc;
+
+/// The calls that return to one address. Many addresses make few collisions, and those only cost a step.
+struct place {
+  std::atomic<std::uintptr_t> address{0};
+  std::atomic<unsigned long> calls{0};
+};
+static place places[65536];
+
+static void count(void *return_address) {
+  const auto address = reinterpret_cast<std::uintptr_t>(return_address);
+  constexpr size_t room = sizeof places / sizeof *places;
+  for (size_t step = 0; step < room; ++step) {
+    place &found = places[(address * 2654435761u + step) % room];
+    std::uintptr_t owner = 0;
+    if (!found.address.compare_exchange_strong(owner, address) && owner != address) continue;
+    found.calls.fetch_add(1, std::memory_order_relaxed);
+    return;
+  }
+}
+
+static void *counting_malloc(size_t bytes) {
+  count(__builtin_return_address(0));
+  return real_malloc(bytes);
+}
+
+#ifdef _WIN32
+
+static apiHooker hook("msvcrt.dll", "malloc", reinterpret_cast<FARPROC>(counting_malloc),
+                      reinterpret_cast<FARPROC *>(&real_malloc));
+
+static std::string module_of(std::uintptr_t address) {
+  HMODULE module = nullptr;
+  char path[MAX_PATH] = "";
+  GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                     reinterpret_cast<const char *>(address), &module);
+  GetModuleFileNameA(module, path, sizeof path);
+  return path;
+}
+
+#else
+
+static apiHooker hook("libc.so.6", "malloc", reinterpret_cast<FARPROC>(counting_malloc),
+                      reinterpret_cast<FARPROC *>(&real_malloc));
+
+static std::string module_of(std::uintptr_t address) {
+  Dl_info found = {};
+  dladdr(reinterpret_cast<void *>(address), &found);
+  return found.dli_fname ? found.dli_fname : "";
+}
+
+#endif
+
+static void report() {
+  std::map<std::string, unsigned long> counts;
+  for (const place &found : places)
+    if (found.calls != 0) counts[pathGetLastPart(module_of(found.address))] += found.calls;
+  for (const auto &[module, calls] : counts) std::printf("%10lu  %s\n", calls, module.c_str());
+}
+
+int main(int argc, char **argv) {
+  chDynamicModule late;
+  if (argc > 2) {
+    late.OpenDynamicModule(argv[1]);
+    apiHooker::ApplyAfterMoudleLoaded();
+    const auto function = reinterpret_cast<void (*)()>(late.GetMethod(argv[2]));
+    if (!function) {
+      std::fprintf(stderr, "hook_report: cannot find %s in %s\n", argv[2], argv[1]);
+      return 1;
+    }
+    function();
+  }
+  report();
+  return 0;
+}

@@ -1,0 +1,57 @@
+#include "zarlib/platform/import_slots.h"
+
+#include "zarlib/platform/static_lock.h"
+
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <dbghelp.h>
+#include <mutex>
+#include <psapi.h>
+
+namespace zar::platform {
+
+namespace {
+
+using word = std::uintptr_t;
+
+/// Keeps two threads from taking each other's rights to a page for those that it had.
+constinit static_lock page_lock;
+
+/// The addresses bound for the first table of that name; null when the module imports nothing from there.
+word *find_bound_addresses(HINSTANCE module, const char *imported_module) {
+  auto *const image = reinterpret_cast<char *>(module);
+  ULONG size = 0;
+  const auto *row = static_cast<const IMAGE_IMPORT_DESCRIPTOR *>(
+      ImageDirectoryEntryToData(image, TRUE, IMAGE_DIRECTORY_ENTRY_IMPORT, &size));
+  for (; row && row->Name; ++row)
+    if (_stricmp(image + row->Name, imported_module) == 0) return reinterpret_cast<word *>(image + row->FirstThunk);
+  return nullptr;
+}
+
+void change(word &entry, word value) {
+  const std::lock_guard guard(page_lock);
+  DWORD rights = 0;
+  // Executable as well: a page of imports may hold code that other threads are running.
+  if (!VirtualProtect(&entry, sizeof entry, PAGE_EXECUTE_READWRITE, &rights)) return;
+  std::atomic_ref(entry).store(value, std::memory_order_release);
+  FlushInstructionCache(GetCurrentProcess(), &entry, sizeof entry);
+  VirtualProtect(&entry, sizeof entry, rights, &rights);
+}
+
+} // namespace
+
+import_changes::import_changes() = default;
+import_changes::~import_changes() = default;
+
+bool import_changes::replace(HINSTANCE module, const imported_function &function, FARPROC replacement) {
+  MODULEINFO known;
+  if (!function.address || !K32GetModuleInformation(GetCurrentProcess(), module, &known, sizeof known)) return false;
+  word *entry = find_bound_addresses(module, function.module);
+  const auto wanted = reinterpret_cast<word>(function.address);
+  while (entry && *entry && *entry != wanted) ++entry;
+  if (entry && *entry) change(*entry, reinterpret_cast<word>(replacement));
+  return false;
+}
+
+} // namespace zar::platform
