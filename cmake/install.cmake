@@ -9,7 +9,7 @@ install(TARGETS zarlib EXPORT zarlib-targets
 install(DIRECTORY zarlib/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zarlib
   FILES_MATCHING PATTERN "*.h"
   PATTERN "platform" EXCLUDE
-  REGEX "crash/symbol_handler|memory/dymic_alloc_helper|text/(codec_blocks|codec_loops|document_path)" EXCLUDE
+  REGEX "crash/(api_modules|symbol_handler)|memory/dymic_alloc_helper|text/(codec_blocks|codec_loops|document_path)" EXCLUDE
   REGEX "net/receive_buffer" EXCLUDE
   REGEX "trace/(line_prefix|line_text|nesting_depths|option_text)" EXCLUDE
   REGEX "crypto/(aes_path|default_key|rc4|wipe)\\.h" EXCLUDE

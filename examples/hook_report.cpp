@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <string>
 
@@ -49,8 +50,7 @@ static void *counting_malloc(size_t bytes) {
 
 #ifdef _WIN32
 
-static apiHooker hook("msvcrt.dll", "malloc", reinterpret_cast<FARPROC>(counting_malloc),
-                      reinterpret_cast<FARPROC *>(&real_malloc));
+static const char *home_of_malloc() { return "msvcrt.dll"; }
 
 static std::string module_of(std::uintptr_t address) {
   HMODULE module = nullptr;
@@ -63,8 +63,13 @@ static std::string module_of(std::uintptr_t address) {
 
 #else
 
-static apiHooker hook("libc.so.6", "malloc", reinterpret_cast<FARPROC>(counting_malloc),
-                      reinterpret_cast<FARPROC *>(&real_malloc));
+/// Not always the C library: another allocator may have been put in front of it.
+static const char *home_of_malloc() {
+  Dl_info found = {};
+  dladdr(reinterpret_cast<void *>(std::malloc), &found);
+  const char *const slash = found.dli_fname ? std::strrchr(found.dli_fname, '/') : nullptr;
+  return slash ? slash + 1 : "libc.so.6";
+}
 
 static std::string module_of(std::uintptr_t address) {
   Dl_info found = {};
@@ -73,6 +78,9 @@ static std::string module_of(std::uintptr_t address) {
 }
 
 #endif
+
+static apiHooker hook(home_of_malloc(), "malloc", reinterpret_cast<FARPROC>(reinterpret_cast<void *>(counting_malloc)),
+                      reinterpret_cast<FARPROC *>(&real_malloc));
 
 static void report() {
   std::map<std::string, unsigned long> counts;

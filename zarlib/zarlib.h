@@ -4,6 +4,7 @@
 #include "zarlib/audio/samples.h"
 #include "zarlib/companion/morfile.h"
 #include "zarlib/companion/qxstl.h"
+#include "zarlib/crash/api_hooker.h"
 #include "zarlib/crash/crash_capture.h"
 #include "zarlib/crash/stack_text.h"
 #include "zarlib/crypto/aes.h"

@@ -1,6 +1,5 @@
 #include "zarlib/platform/linux/elf_module.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <limits.h>
 #include <sys/auxv.h>
@@ -19,15 +18,21 @@ std::uintptr_t page_size() {
   return size;
 }
 
-elf_module::elf_module(const dl_phdr_info &info) : m_info(info) {
+std::uintptr_t first_page(const dl_phdr_info &info) {
+  // They stand in ascending order.
+  for (size_t i = 0; i < info.dlpi_phnum; ++i)
+    if (info.dlpi_phdr[i].p_type == PT_LOAD) return page_start(info.dlpi_addr + info.dlpi_phdr[i].p_vaddr);
+  return 0;
+}
+
+elf_module::elf_module(const dl_phdr_info &info) : m_info(info), m_pages{first_page(info), 0} {
   for (size_t i = 0; i < info.dlpi_phnum; ++i) {
     const Elf64_Phdr &segment = info.dlpi_phdr[i];
     const std::uintptr_t start = base() + segment.p_vaddr, end = start + segment.p_memsz;
     if (segment.p_type == PT_DYNAMIC) m_dynamic = reinterpret_cast<const Elf64_Dyn *>(start);
     // The loader leaves a page that is bound in part only as it is.
     if (segment.p_type == PT_GNU_RELRO) m_bound_pages = {page_start(start), page_start(end)};
-    if (segment.p_type != PT_LOAD) continue;
-    m_pages = {std::min(m_pages.start, page_start(start)), std::max(m_pages.end, end)};
+    if (segment.p_type == PT_LOAD) m_pages.end = end;
   }
 }
 

@@ -45,12 +45,15 @@ public:
 private:
   const dl_phdr_info &m_info;
   const Elf64_Dyn *m_dynamic = nullptr;
-  address_range m_pages = {UINTPTR_MAX, 0};
+  address_range m_pages;
   address_range m_bound_pages = {0, 0};
 };
 
 std::uintptr_t page_size();
 inline std::uintptr_t page_start(std::uintptr_t address) { return address & ~(page_size() - 1); }
+
+/// The first page of a module, which is its handle.
+std::uintptr_t first_page(const dl_phdr_info &info);
 
 /// Shows all modules to `visit(elf_module)` until it answers true. Meanwhile no module comes or goes, and no other thread is here;
 /// `visit` must not allocate or call the loader.
@@ -61,14 +64,21 @@ void visit_modules(Visit visit) {
                   &visit);
 }
 
-/// The same for the one with that handle; `visit` answers nothing.
+/// The same for the one with that handle, if it is there; `visit` answers nothing.
 template <class Visit>
 void visit_module(const void *handle, Visit visit) {
-  visit_modules([&](const elf_module &module) {
-    const bool found = module.pages().start == reinterpret_cast<std::uintptr_t>(handle);
-    if (found) visit(module);
-    return found;
-  });
+  struct search {
+    std::uintptr_t start;
+    Visit &visit;
+  } wanted = {reinterpret_cast<std::uintptr_t>(handle), visit};
+  dl_iterate_phdr(
+      [](dl_phdr_info *info, size_t, void *object) -> int {
+        const auto &[start, show] = *static_cast<search *>(object);
+        if (first_page(*info) != start) return 0;
+        show(elf_module(*info));
+        return 1;
+      },
+      &wanted);
 }
 
 /// Keeps a module loaded, and looks for names in it and in what it needs.

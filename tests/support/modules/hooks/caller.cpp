@@ -25,8 +25,8 @@ extern "C" EXPORTED void *take_address() { return reinterpret_cast<void *>(hook_
 extern "C" [[gnu::weak]] int hook_missing(int value);
 extern "C" int call_missing() { return hook_missing ? hook_missing(1) : -1; }
 
-// The oldest version of a function of which the C library has several.
-__asm__(".symver realpath,realpath@GLIBC_2.2.5");
-extern "C" char *realpath(const char *path, char *resolved);
-extern "C" char *call_old_version(const char *path) { return realpath(path, nullptr); }
+// The oldest version of a function of which the C library has two.
+__asm__(".symver sched_setaffinity,sched_setaffinity@GLIBC_2.3.3");
+extern "C" int sched_setaffinity(int process, const unsigned long *processors);
+extern "C" int call_old_version() { return sched_setaffinity(0, nullptr); }
 #endif
