@@ -11,7 +11,7 @@ install(DIRECTORY zarlib/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zarlib
   PATTERN "platform" EXCLUDE
   REGEX "crash/(api_modules|symbol_handler)|memory/dymic_alloc_helper|text/(codec_blocks|codec_loops|document_path)" EXCLUDE
   REGEX "net/receive_buffer" EXCLUDE
-  REGEX "trace/(line_prefix|line_text|nesting_depths|option_text)" EXCLUDE
+  REGEX "trace/(line_prefix|line_text|nesting_depths|option_text|spare_records)" EXCLUDE
   REGEX "crypto/(aes_path|default_key|rc4|wipe)\\.h" EXCLUDE
   REGEX "xml/(entities|node|node_blocks|parser|serialiser|text_sink|words)\\.h" EXCLUDE)
 install(FILES zarlib/platform/types.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zarlib/platform)

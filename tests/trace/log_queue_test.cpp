@@ -1,0 +1,105 @@
+#include "zarlib/trace/log_queue.h"
+
+#include "zarlib/frame/process_identity.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <climits>
+#include <thread>
+#include <vector>
+
+/// The sequence that the next record of this process gets.
+static unsigned long long next_sequence = 1;
+
+TEST(LogQueue, HandsOutRecordsOneByOneOldestFirst) {
+  TraceNode node;
+  node.number = 77;
+  EXPECT_TRUE(qxGetLog(node) == -1 && node.number == 77);
+  const std::string text(5000, 'x'), with_nul("a\0b", 3);
+  qxTrace('Q', "M:one", text, INT_MIN);
+  qxTrace('\0', with_nul, with_nul, INT_MAX);
+  qxEnableDebugOutput();
+  zarEncryptTrace(3, -1, nullptr, "%s:%d", text.c_str(), 5);
+  const struct {
+    char letter;
+    std::string module, text;
+    int number;
+  } expected[] = {{'Q', "M:one", text, 0}, {'\0', "a", "a", INT_MAX}, {'E', "", text + ":5", 0}};
+  SYSTEMTIME now;
+  zarGetLocalTime(&now);
+  for (int left = 2; const auto &[letter, module, content, number] : expected) {
+    EXPECT_EQ(qxGetLog(node), left--);
+    EXPECT_TRUE(node.letter == letter && node.module == module && node.text == content && node.number == number);
+    EXPECT_EQ(node.sequence, next_sequence++);
+    EXPECT_TRUE(node.thread == zarGetCurrentThreadId() && node.time.wYear == now.wYear && node.time.wMonth > 0);
+  }
+  EXPECT_TRUE(qxGetLog(node) == -1 && node.number == 0 && node.text == text + ":5");
+}
+
+TEST(LogQueue, HandsOutBatchesAndTakesTheLastOneBack) {
+  const std::string with_nul("a\0b", 3), letters = "IIIEWNIDITI";
+  std::list<TraceNode *> nodes = {new TraceNode, new TraceNode};
+  nodes.back()->text.assign(100000, 'y');
+  for (int round = 0; round < 50; ++round) {
+    for (int level = 0; level <= 10; ++level) zarEncryptTrace(level, level, "M:batch", "%d", round);
+    qxTrace('Z', with_nul, with_nul, round);
+    EXPECT_EQ(qxGetLog(nodes, round % 3 ? 0 : INT_MAX), 12);
+    EXPECT_TRUE(nodes.back()->module == with_nul && nodes.back()->text == with_nul) << "whole, when taken so";
+    nodes.back()->letter = 0;
+    std::string found;
+    for (const TraceNode *node : nodes) {
+      found += node->letter;
+      EXPECT_EQ(node->sequence, next_sequence++);
+    }
+    EXPECT_EQ(found, letters + '\0');
+    if (round % 2) delete nodes.front(), nodes.pop_front(); // it is the caller's
+  }
+  for (const int time : {20, 0, -1, INT_MIN}) EXPECT_TRUE(qxGetLog(nodes, time) == 0 && nodes.empty());
+}
+
+TEST(LogQueue, LosesAndDoublesNothingBetweenManyThreads) {
+  constexpr int producers = 8, each = 125000, all = producers * each;
+  std::vector<std::pair<int, int>> by_place(all, {-1, -1});
+  std::atomic<int> taken{0};
+  auto put_down = [&](const TraceNode &node) {
+    auto &place = by_place.at(node.sequence - next_sequence);
+    EXPECT_EQ(place.first, -1) << "doubled";
+    place = {node.letter, node.number};
+    ++taken;
+  };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < producers; ++i)
+    threads.emplace_back([i] {
+      for (int number = 0; number < each; ++number)
+        qxTrace(static_cast<char>(i), "M:many", "some text to be kept", number);
+    });
+  for (const int wait : {0, 1}) // the third of the consumers takes records one by one
+    threads.emplace_back([&, wait] {
+      for (std::list<TraceNode *> nodes; taken < all;) {
+        qxGetLog(nodes, wait);
+        for (const TraceNode *node : nodes) put_down(*node);
+      }
+    });
+  for (TraceNode node; taken < all;)
+    if (qxGetLog(node) >= 0) put_down(node);
+  for (auto &thread : threads) thread.join();
+  next_sequence += all;
+  int next[producers] = {};
+  for (const auto &[producer, number] : by_place) ASSERT_EQ(number, next[producer]++) << "the order of the queue";
+}
+
+TEST(LogQueue, WakesAConsumerThatWaits) {
+  std::atomic<int> seen{0};
+  constexpr int rounds = 2000;
+  std::thread consumer([&] { // which would wait for days
+    for (std::list<TraceNode *> nodes; seen < rounds;) seen += qxGetLog(nodes, INT_MAX);
+
+  });
+  for (int i = 0; i < rounds; ++i) {
+    while (seen < i) std::this_thread::yield();
+    qxTrace('N', "M:wake", "", i);
+  }
+  consumer.join();
+  next_sequence += rounds;
+}
