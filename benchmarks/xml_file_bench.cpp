@@ -66,8 +66,8 @@ void BM_SafeSave_overwriting(benchmark::State &state) {
 
 } // namespace
 
-BENCHMARK(BM_SafeSave_ours)->Name("BM_SafeSave/ours")->Arg(1)->Arg(50)->UseRealTime();
-BENCHMARK(BM_SafeSave_by_hand)->Name("BM_SafeSave/by-hand")->Arg(1)->Arg(50)->UseRealTime();
-BENCHMARK(BM_SafeSave_overwriting)->Name("BM_SafeSave/overwriting")->Arg(1)->Arg(50)->UseRealTime();
+BENCHMARK(BM_SafeSave_ours)->Name("BM_SafeSave/ours")->Arg(10)->Arg(50)->UseRealTime();
+BENCHMARK(BM_SafeSave_by_hand)->Name("BM_SafeSave/by-hand")->Arg(10)->Arg(50)->UseRealTime();
+BENCHMARK(BM_SafeSave_overwriting)->Name("BM_SafeSave/overwriting")->Arg(10)->Arg(50)->UseRealTime();
 
 BENCHMARK_MAIN();

@@ -218,11 +218,6 @@ xml_node *xml_node::copy_tree() const {
   }
 }
 
-/// @return Whether it was the last one. A sole reference is ours, and nobody else can make another from it.
-bool xml_node::drop_reference() {
-  return references.load(std::memory_order_acquire) == 1 || references.fetch_sub(1, std::memory_order_acq_rel) == 1;
-}
-
 int xml_node::release(xml_node *node) {
   const int left = node->references.fetch_sub(1, std::memory_order_acq_rel) - 1;
   if (left == 0) dissolve(node);
@@ -230,7 +225,9 @@ int xml_node::release(xml_node *node) {
 }
 
 /// Takes apart what nothing holds any more. The dead are a stack of their own: `parent` of each leads back to the one
-/// whose child it was, and `last_child` to the child that comes next, from the last to the first.
+/// whose child it was, and `last_child` to the child that comes next, from the last to the first. A child that has no
+/// other reference dies too, for nobody can make one from ours; the links of one that may live on are cleared before
+/// our reference goes.
 void xml_node::dissolve(xml_node *node) {
   zar::xml_node_returns returns;
   node->parent = nullptr;
@@ -243,14 +240,11 @@ void xml_node::dissolve(xml_node *node) {
       continue;
     }
     node->last_child = child->previous;
-    child->parent = nullptr;
-    if (child->next) child->next->previous = nullptr;
-    child->next = nullptr;
-    if (child->previous) child->previous->next = nullptr;
-    child->previous = nullptr;
-    if (child->drop_reference()) {
-      child->parent = node;
-      node = child;
+    if (child->references.load(std::memory_order_acquire) > 1) {
+      child->parent = child->next = child->previous = nullptr;
+      if (child->references.fetch_sub(1, std::memory_order_acq_rel) > 1) continue;
     }
+    child->parent = node;
+    node = child;
   }
 }

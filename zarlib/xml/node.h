@@ -128,7 +128,6 @@ private:
                             bool decoded, size_t packed_bytes);
   static void destroy(xmlNodeData *node, zar::xml_node_returns &returns);
   static void dissolve(xmlNodeData *node);
-  bool drop_reference();
   attribute_list *list() const;
   char *text_place() { return reinterpret_cast<char *>(this) + head_size(has_attributes); }
   const char *text_place() const { return reinterpret_cast<const char *>(this) + head_size(has_attributes); }

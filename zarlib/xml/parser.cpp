@@ -60,7 +60,8 @@ std::string_view name_at(const char *at, const char *end, bool &plain) {
 }
 
 /// Reads the attribute at `at`. @return The place behind it and the white space that follows.
-const char *take_attribute(const char *at, const char *end, xml_attribute_phrase &attribute) {
+[[gnu::always_inline]] inline const char *take_attribute(const char *at, const char *end,
+                                                         xml_attribute_phrase &attribute) {
   attribute.key = name_at(at, end, attribute.key_is_plain);
   at = skip_white(at + attribute.key.size(), end);
   if (at == end || *at != '=') throw "an attribute without \"=\", or a delimiter in its key";
