@@ -46,7 +46,7 @@ std::string open_text(const std::string &text, const unsigned char *key, int key
   if (opened.size() > most_bytes) return {};
   // Settled, callers rely on it: what cannot be an envelope comes back as it was decoded.
   if (opened.size() % zar::aes_block == 0) opened = pswDecryptEx(opened.data(), length(opened), key, key_length);
-  const std::string plain(opened.begin(), std::find(opened.begin(), opened.end(), 0));
+  std::string plain(opened.begin(), std::find(opened.begin(), opened.end(), 0));
   zar::wipe(opened.data(), opened.size());
   return plain;
 }
