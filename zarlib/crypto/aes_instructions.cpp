@@ -162,14 +162,30 @@ void with_inverse_schedule(const unsigned char *schedule, int rounds, const unsi
   decipher(inverse.bytes(), rounds, in, out, blocks);
 }
 
-/// The S-box by way of a last round: with equal columns the shift of the rows moves nothing, with a key of zeros nothing is added.
+// The S-box comes by way of a last round: with equal columns the shift of the rows moves nothing, and the key is what is to be added.
+
 [[gnu::target("aes")]] std::uint32_t substitute_word(std::uint32_t bytes) {
   const __m128i columns = _mm_shuffle_epi32(_mm_cvtsi32_si128(static_cast<int>(bytes)), 0);
   return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_aesenclast_si128(columns, _mm_setzero_si128())));
 }
 
-[[gnu::force_align_arg_pointer]] void expand_key(unsigned char *schedule, int key_length, int schedule_size) {
-  zar::expand_aes_key(schedule, key_length, schedule_size, substitute_word);
+/// Four words at a time where the key is of whole registers.
+[[gnu::target("aes,ssse3"), gnu::force_align_arg_pointer]] void expand_key(unsigned char *schedule, int key_length,
+                                                                           int schedule_size) {
+  if (key_length == 24) return zar::expand_aes_key(schedule, key_length, schedule_size, substitute_word);
+  const __m128i last_word = _mm_set1_epi32(0x0F0E0D0C), last_word_turned = _mm_set1_epi32(0x0C0F0E0D);
+  __m128i last = load_128(schedule + key_length - 16), constant = _mm_set1_epi32(1);
+  for (int at = key_length; at < schedule_size; at += 16) {
+    const bool turned = at % key_length == 0;
+    const __m128i columns = _mm_shuffle_epi8(last, turned ? last_word_turned : last_word);
+    __m128i words = key_length == 16 ? last : load_128(schedule + at - key_length);
+    words = _mm_xor_si128(words, _mm_slli_si128(words, 4));
+    words = _mm_xor_si128(words, _mm_slli_si128(words, 8));
+    last = _mm_xor_si128(words, _mm_aesenclast_si128(columns, turned ? constant : _mm_setzero_si128()));
+    _mm_storeu_si128(reinterpret_cast<__m128i_u *>(schedule + at), last);
+    // The eighth doubling leaves the byte; keys of 32 bytes do not come so far.
+    if (turned) constant = at == 8 * key_length ? _mm_set1_epi32(0x1B) : _mm_slli_epi32(constant, 1);
+  }
 }
 
 constexpr zar::aes_path blocks_128 = {"AES-NI", expand_key, run_128<direction::encipher>,
@@ -190,7 +206,7 @@ bool has_vector_aes() {
 std::vector<const zar::aes_path *> zar::aes_paths() {
   __builtin_cpu_init(); // a caller may be a static constructor
   std::vector<const aes_path *> paths;
-  if (__builtin_cpu_supports("aes")) {
+  if (__builtin_cpu_supports("aes") && __builtin_cpu_supports("ssse3")) {
     if (has_vector_aes() && __builtin_cpu_supports("avx512f")) paths.push_back(&blocks_512);
     if (has_vector_aes() && __builtin_cpu_supports("avx2")) paths.push_back(&blocks_256);
     paths.push_back(&blocks_128);

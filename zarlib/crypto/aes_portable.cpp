@@ -276,7 +276,7 @@ template <void (*cipher)(bits<wide_word> &, const round_keys<wide_word> &, int)>
 }
 
 /// The S-box on four bytes: as the first column of a state of its own.
-std::uint32_t substitute_word(std::uint32_t bytes) {
+[[gnu::flatten]] std::uint32_t substitute_word(std::uint32_t bytes) {
   bits<word> q = {{bytes}};
   transpose(q);
   substitute(q);
