@@ -38,9 +38,9 @@ ZAR_API std::string pswDecrypt(const std::string &text);
 ZAR_API std::string pswEncryptEx(const std::string &plain, const unsigned char *key, int keyLength);
 
 /// Opens an envelope.
-/// @return The text up to its first zero byte. Empty for an empty text, without a key and for another length of key. A text
-///         that cannot be an envelope, since it does not decode to whole blocks, comes back as its Base64 decoding, up to the
-///         first zero byte of that: "QUJD" gives "ABC".
+/// @return The text up to its first zero byte. A text that cannot be an envelope, since it does not decode to whole blocks,
+///         comes back as its Base64 decoding, up to the first zero byte of that: "QUJD" gives "ABC". Empty for an empty text,
+///         without a key, and for an envelope with another length of key.
 ZAR_API std::string pswDecryptEx(const std::string &text, const unsigned char *key, int keyLength);
 
 /// The binary form, without Base64. `data` is not changed.
