@@ -156,8 +156,9 @@ run_512(const unsigned char *keys, int rounds, const unsigned char *in, unsigned
 using run = void (*)(const unsigned char *keys, int rounds, const unsigned char *in, unsigned char *out, size_t blocks);
 
 template <run decipher>
-void with_inverse_schedule(const unsigned char *schedule, int rounds, const unsigned char *in, unsigned char *out,
-                           size_t blocks) {
+[[gnu::force_align_arg_pointer]] void with_inverse_schedule(const unsigned char *schedule, int rounds,
+                                                            const unsigned char *in, unsigned char *out,
+                                                            size_t blocks) {
   const inverse_schedule inverse(schedule, rounds);
   decipher(inverse.bytes(), rounds, in, out, blocks);
 }
