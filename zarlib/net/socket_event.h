@@ -65,7 +65,7 @@ public:
   unsigned GetEventSocket() const { return m_own.load().socket; }
 
 private:
-  struct endpoint {
+  struct alignas(8) endpoint { // one word to every compiler
     unsigned socket;
     int port;
   };
