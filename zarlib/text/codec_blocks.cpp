@@ -141,6 +141,10 @@ ZAR_TARGET("ssse3") size_t decode_base64_ssse3(const char *in, size_t size, unsi
 
 // 32 bytes a step, the same way; the rest as above.
 
+/// Ahead of the rest: the compiler leaves this out in front of a function that it knows, and without it all SSE code that
+/// follows, the caller's too, runs at half its speed.
+ZAR_TARGET("avx2") inline void leave_wide_registers() { _mm256_zeroupper(); }
+
 constexpr int middle_quarters_swapped = 0xD8;
 
 ZAR_TARGET("avx2") size_t encode_base16_avx2(const unsigned char *in, size_t size, char *out) {
@@ -153,6 +157,7 @@ ZAR_TARGET("avx2") size_t encode_base16_avx2(const unsigned char *in, size_t siz
     _mm256_storeu_si256(wide_at(out + 2 * done), _mm256_unpacklo_epi8(high, low));
     _mm256_storeu_si256(wide_at(out + 2 * done + 32), _mm256_unpackhi_epi8(high, low));
   }
+  leave_wide_registers();
   return done + encode_base16_ssse3(in + done, size - done, out + 2 * done);
 }
 
@@ -176,6 +181,7 @@ ZAR_TARGET("avx2") size_t decode_base16_avx2(const char *in, size_t size, unsign
     const __m256i bytes = _mm256_packus_epi16(first, second);
     _mm256_storeu_si256(wide_at(out + done / 2), _mm256_permute4x64_epi64(bytes, middle_quarters_swapped));
   }
+  leave_wide_registers();
   return done + decode_base16_ssse3(in + done, size - done, out + done / 2);
 }
 
@@ -196,6 +202,7 @@ ZAR_TARGET("avx2") size_t encode_base64_avx2(const unsigned char *in, size_t siz
                                           _mm256_and_si256(is_capital, _mm256_set1_epi8(13)));
     _mm256_storeu_si256(wide_at(out), _mm256_add_epi8(values, _mm256_shuffle_epi8(distances, range)));
   }
+  leave_wide_registers();
   return done + encode_base64_ssse3(in + done, size - done, out);
 }
 
@@ -217,6 +224,7 @@ ZAR_TARGET("avx2") size_t decode_base64_avx2(const char *in, size_t size, unsign
     const __m256i threes = _mm256_shuffle_epi8(fours, gathering);
     _mm256_storeu_si256(wide_at(out), _mm256_permutevar8x32_epi32(threes, halves_together));
   }
+  leave_wide_registers();
   return done + decode_base64_ssse3(in + done, size - done, out);
 }
 
