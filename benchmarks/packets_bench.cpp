@@ -1,0 +1,185 @@
+// Packets on streams beside Boost.Asio's synchronous sockets with the same frames, and the socket event beside plain datagrams.
+//
+// Both ends run on one processor, each in a thread of its own: waking an idle second one costs ten times all that is compared here.
+#include "zarlib/net/packet_tcp.h"
+#include "zarlib/net/socket_event.h"
+#include "zarlib/trace/tracer_manager.h"
+
+#include <benchmark/benchmark.h>
+#include <boost/asio.hpp>
+
+#include <sched.h>
+#include <sys/eventfd.h>
+#include <thread>
+
+namespace {
+
+using bytes = std::vector<unsigned char>;
+namespace asio = boost::asio;
+
+/// The calling thread, and those that it starts from then on.
+void pin_to_one_processor() {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  CPU_SET(sched_getcpu(), &set);
+  sched_setaffinity(0, sizeof set, &set);
+}
+
+// The ends of a connection: they connect() to each other, send() a packet, and receive() one, which is false at the end of the stream.
+
+struct ours_end {
+  static constexpr int longest_wait = 20000;
+
+  static void connect(ours_end &a, ours_end &b) {
+    chSocketTCPServer server;
+    chSocketAddr address("127.0.0.1", 0);
+    socklen_t length = sizeof address;
+    server.CreateSocket(AF_INET);
+    server.Bind(address);
+    server.SocketListen(1);
+    getsockname(static_cast<int>(server.fd()), const_cast<sockaddr *>(&address.toSocketAddr()), &length);
+    a.socket.CreateSocket(AF_INET);
+    a.socket.ConnectTo(address, longest_wait);
+    server.AcceptOnSocket(b.socket, &address, longest_wait);
+  }
+  bool send(const bytes &payload) { return socket.SendOnePacket(payload.data(), static_cast<int>(payload.size())); }
+  bool receive(bytes &payload) { return socket.ReceiveOnePacket(payload, longest_wait); }
+  void close() { socket.DestroySocket(); }
+
+  chSocketPacketTCP socket;
+};
+
+struct asio_end {
+  static void connect(asio_end &a, asio_end &b) {
+    using asio::ip::tcp;
+    tcp::acceptor server(a.context, tcp::endpoint(asio::ip::address_v4::loopback(), 0));
+    a.socket.connect(server.local_endpoint());
+    server.accept(b.socket);
+    a.socket.set_option(tcp::no_delay(true));
+    b.socket.set_option(tcp::no_delay(true));
+  }
+  /// Header and payload in one gathered write.
+  bool send(const bytes &payload) {
+    const uint32_t header = htonl(static_cast<uint32_t>(payload.size()));
+    const std::array<asio::const_buffer, 2> frame = {asio::buffer(&header, sizeof header), asio::buffer(payload)};
+    boost::system::error_code error;
+    asio::write(socket, frame, error);
+    return !error;
+  }
+  bool receive(bytes &payload) {
+    uint32_t header;
+    boost::system::error_code error;
+    asio::read(socket, asio::buffer(&header, sizeof header), error);
+    if (error) return false;
+    payload.resize(ntohl(header));
+    asio::read(socket, asio::buffer(payload), error);
+    return !error;
+  }
+  void close() { socket.close(); }
+
+  asio::io_context context;
+  asio::ip::tcp::socket socket{context};
+};
+
+/// The thread `other` works on the second end until the first one is closed.
+template <class End, class Other, class Step>
+void between_ends(benchmark::State &state, Other other, Step step) {
+  uCTraceHelper::getInstance().ResetTraceLevel(6);
+  pin_to_one_processor();
+  End a, b;
+  End::connect(a, b);
+  const bytes payload(static_cast<size_t>(state.range(0)), 'x');
+  std::thread thread([&] { other(b, payload); });
+  bytes out;
+  for (auto _ : state) step(a, payload, out);
+  if (out != payload) state.SkipWithError("another payload");
+  a.close();
+  thread.join();
+  state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+
+template <class End>
+void round_trip(benchmark::State &state) {
+  const auto echo = [](End &end, const bytes &) {
+    for (bytes out; end.receive(out) && end.send(out);) {
+    }
+  };
+  between_ends<End>(state, echo, [](End &end, const bytes &payload, bytes &out) {
+    end.send(payload);
+    end.receive(out);
+  });
+}
+
+template <class End>
+void one_way(benchmark::State &state) {
+  const auto source = [](End &end, const bytes &payload) {
+    while (end.send(payload)) {
+    }
+  };
+  between_ends<End>(state, source, [](End &end, const bytes &, bytes &out) { end.receive(out); });
+}
+
+/// A packet of 16 bytes from a buffer of so many.
+void from_a_full_buffer(benchmark::State &state) {
+  const bytes payload(16, 'x');
+  const int count = static_cast<int>(state.range(0));
+  ours_end a, b;
+  ours_end::connect(a, b);
+  bytes out;
+  for (auto _ : state) {
+    state.PauseTiming();
+    std::thread sender([&] {
+      for (int i = 0; i < count; ++i) a.send(payload);
+    });
+    b.socket.peek(nullptr, 0, count * 20, ours_end::longest_wait);
+    sender.join();
+    state.ResumeTiming();
+    for (int i = 0; i < count; ++i) b.receive(out);
+  }
+  state.SetItemsProcessed(state.iterations() * count);
+}
+
+void event_ours(benchmark::State &state) {
+  chEvent_Socket event;
+  event.OpenEventA();
+  for (auto _ : state)
+    if (!event.SetEvent() || !event.WaitEvent(-1)) state.SkipWithError("no signal");
+}
+
+/// A socket that sends to itself, as the event does.
+void event_datagram(benchmark::State &state) {
+  const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+  sockaddr_in address = {};
+  socklen_t length = sizeof address;
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  sockaddr *const raw = reinterpret_cast<sockaddr *>(&address);
+  bind(fd, raw, length);
+  getsockname(fd, raw, &length);
+  char out[64];
+  for (auto _ : state)
+    if (sendto(fd, "x", 1, 0, raw, length) != 1 || recv(fd, out, sizeof out, 0) != 1) state.SkipWithError("no signal");
+  close(fd);
+}
+
+/// It cannot be signalled by another process, and does not stand in a wait of other systems.
+void event_eventfd(benchmark::State &state) {
+  const int fd = eventfd(0, EFD_SEMAPHORE);
+  eventfd_t out;
+  for (auto _ : state)
+    if (eventfd_write(fd, 1) != 0 || eventfd_read(fd, &out) != 0) state.SkipWithError("no signal");
+  close(fd);
+}
+
+BENCHMARK(round_trip<ours_end>)->Name("BM_RoundTrip/ours")->Arg(64)->UseRealTime();
+BENCHMARK(round_trip<asio_end>)->Name("BM_RoundTrip/Asio")->Arg(64)->UseRealTime();
+BENCHMARK(one_way<ours_end>)->Name("BM_OneWay/ours")->Arg(64)->Arg(4096)->Arg(1 << 20)->UseRealTime();
+BENCHMARK(one_way<asio_end>)->Name("BM_OneWay/Asio")->Arg(64)->Arg(4096)->Arg(1 << 20)->UseRealTime();
+BENCHMARK(from_a_full_buffer)->Name("BM_FromAFullBuffer/ours")->Arg(1000)->Arg(100000)->UseRealTime();
+BENCHMARK(event_ours)->Name("BM_SetAndTake/ours");
+BENCHMARK(event_datagram)->Name("BM_SetAndTake/datagram");
+BENCHMARK(event_eventfd)->Name("BM_SetAndTake/eventfd");
+
+} // namespace
+
+BENCHMARK_MAIN();
