@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdio>
 #include <random>
 #include <thread>
 
@@ -139,4 +140,28 @@ TEST(PacketTCP, TalksToAPeerThatIsWrittenInAnotherLanguage) {
   }
   socket.DestroySocket();
   EXPECT_EQ(peer.wait().exit_code, 0);
+}
+
+// Two clients and this test, which speaks the frame as any program may.
+TEST(PacketTCP, CarriesTheExampleChat) {
+  harness::child_process server("packet_chat", {"serve"});
+  int port = 0, event = 0;
+  ASSERT_EQ(std::sscanf(server.read_line().c_str(), "port %d, to be stopped by event %d", &port, &event), 2);
+  harness::child_process first("packet_chat", {"join", std::to_string(port), "first"});
+  EXPECT_EQ(first.read_line(), "welcome, others: 0");
+  chSocketPacketTCP own;
+  ASSERT_TRUE(own.CreateSocket(AF_INET) && own.ConnectTo("127.0.0.1", port, soon));
+  bytes message;
+  EXPECT_TRUE(own.ReceiveOnePacket(message, soon));
+
+  first.write("hello\nagain\n");
+  for (const std::string text : {"first: hello", "first: again"}) expect_packet(own, bytes(text.begin(), text.end()));
+  EXPECT_TRUE(send(own, {'o', 'w', 'n'}));
+  EXPECT_EQ(first.read_line(), "own");
+  EXPECT_TRUE(send(own, bytes(4097, 'x'))); // too long: the server gives this client up
+  expect_none(own, soon, false);
+  EXPECT_EQ(harness::run("packet_chat", {"stop", std::to_string(event)}).exit_code, 0);
+  EXPECT_EQ(server.wait().exit_code, 0);
+  EXPECT_EQ(first.wait().exit_code, 1); // the server has gone
+  EXPECT_EQ(harness::run("packet_chat", {"join", std::to_string(port), "late"}).exit_code, 1);
 }

@@ -127,7 +127,7 @@ TEST(Codecs, EveryCharacterAtEveryPlaceOfABlock) {
 
 TEST(Codecs, AllLengthsComeBackWithAnythingBetweenTheCharacters) {
   std::mt19937 random(1);
-  std::vector<size_t> sizes = {3071, 3072, 3073, 6143, 6144, 6145, 100000};
+  std::vector<size_t> sizes = {3071, 3072, 3073, 6143, 6144, 6145, 13000};
   for (size_t size = 0; size <= 100; ++size) sizes.push_back(size);
   for (const size_t size : sizes) {
     bytes data(size);
