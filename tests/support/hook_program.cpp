@@ -5,17 +5,14 @@
 #include <cstdio>
 
 extern "C" int hook_target(int value);
-
 static int replacement(int value) { return value + 100; }
+// Its address is taken, which in a program at a fixed place makes a stub of its own the function's address for everybody.
+int (*volatile address)(int) = hook_target;
 
 int main(int, char **arguments) {
-  // Its address is taken, which in a program at a fixed place makes a stub of its own the function's address for everybody.
-  int (*volatile address)(int) = hook_target;
   chDynamicModule caller(arguments[2]);
   const apiHooker hook(arguments[1], "hook_target", reinterpret_cast<FARPROC>(reinterpret_cast<void *>(replacement)),
                        nullptr);
   apiHooker::ApplyAfterMoudleLoaded();
-  const auto call = reinterpret_cast<int (*)(int)>(caller.GetMethod("call_target"));
-  std::printf("%d %d\n", hook_target(1), call ? call(1) : 0);
-  return address == nullptr;
+  std::printf("%d %d\n", hook_target(1), reinterpret_cast<int (*)(int)>(caller.GetMethod("call_target"))(1));
 }

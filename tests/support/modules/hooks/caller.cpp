@@ -1,32 +1,23 @@
-// Calls what it imports; built in each of the forms in which linkers make that possible.
-#if defined(OWN_TARGET)
-#define IMPORTED
-extern "C" int hook_target(int value) { return value + 2; }
-#elif defined(_WIN32) && !defined(BY_STUB)
-#define IMPORTED __declspec(dllimport)
-#else
-#define IMPORTED
-#endif
-#ifdef _WIN32
-#define EXPORTED __declspec(dllexport)
-#else
-#define EXPORTED
-#endif
+// Calls what it imports; built in each of the forms in which linkers make that possible. Everything in it is exported.
+#include <cstdlib>
 
 extern "C" IMPORTED int hook_target(int value);
-
-extern "C" EXPORTED int call_target(int value) { return hook_target(value); }
-
+extern "C" int call_target(int value) { return hook_target(value); }
 #ifdef ADDRESS_TOO
-extern "C" EXPORTED void *take_address() { return reinterpret_cast<void *>(hook_target); }
+extern "C" void *take_address() { return reinterpret_cast<void *>(hook_target); }
 #endif
+
+static void *volatile memory;
+extern "C" void allocate_thousand_times() {
+  for (int i = 0; i < 1000; ++i, std::free(memory)) memory = std::malloc(16);
+}
 
 #ifndef _WIN32
 extern "C" [[gnu::weak]] int hook_missing(int value);
-extern "C" int call_missing() { return hook_missing ? hook_missing(1) : -1; }
+extern "C" int call_missing(int value) { return hook_missing ? hook_missing(value) : 0; }
 
 // The oldest version of a function of which the C library has two.
 __asm__(".symver sched_setaffinity,sched_setaffinity@GLIBC_2.3.3");
 extern "C" int sched_setaffinity(int process, const unsigned long *processors);
-extern "C" int call_old_version() { return sched_setaffinity(0, nullptr); }
+extern "C" int call_old_version(int process) { return sched_setaffinity(process, nullptr); }
 #endif
