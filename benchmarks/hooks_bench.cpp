@@ -1,5 +1,5 @@
-// Hooking a function in a hundred modules, beside a hand-written walk that takes the module's layout for its rights; and calls through
-// hooked words, beside words that are not hooked and function pointers.
+// Hooking a function in a hundred modules, beside a hand-written walk that takes the module's layout for its rights;
+// and calls through hooked words, beside words that are not hooked and function pointers.
 #include "zarlib/crash/api_hooker.h"
 
 #include <benchmark/benchmark.h>

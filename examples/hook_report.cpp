@@ -1,7 +1,7 @@
 // Counts by module who takes memory in this process: hook_report [MODULE FUNCTION]
 //
-// It hooks malloc in all modules that are loaded. MODULE is loaded later than that, and FUNCTION, which takes and returns nothing, is
-// called in it. At the end it prints how many calls came from which module:
+// It hooks malloc in all modules that are loaded. MODULE is loaded later than that, and FUNCTION, which takes and
+// returns nothing, is called in it. At the end it prints how many calls came from which module:
 //
 //     hook_report ./libplugin.so plugin_start
 #include <zarlib/crash/api_hooker.h>

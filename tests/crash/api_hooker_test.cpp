@@ -37,8 +37,8 @@ const std::string suffix = ".so", early = "hook_caller_now.so", lazy = "hook_cal
 #endif
 const std::string target = "hook_target" + suffix, late_target = "HOOK_late_TARGET" + suffix;
 
-/// A module that calls the function, in a copy never loaded before: what is hooked stays so. It stays loaded, as nobody looks again
-/// at a place where a module was.
+/// A module that calls the function, in a copy never loaded before: what is hooked stays so. It stays loaded, as nobody
+/// looks again at a place where a module was.
 struct caller {
   explicit caller(const std::string &name) {
     static const harness::temporary_directory folder;

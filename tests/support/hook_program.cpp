@@ -6,7 +6,8 @@
 
 extern "C" int hook_target(int value);
 static int replacement(int value) { return value + 100; }
-// Its address is taken, which in a program at a fixed place makes a stub of its own the function's address for everybody.
+// Its address is taken, which in a program at a fixed place makes a stub of its own the function's address for
+// everybody.
 int (*volatile address)(int) = hook_target;
 
 int main(int, char **arguments) {

@@ -35,7 +35,8 @@ apiHooker::apiHooker(const char *module, const char *api, FARPROC replacement, F
     : m_module(module), m_api(api), m_replacement(replacement) {
   // Before anything is asked of the loader, so that a module that comes later counts as new.
   apiModules &seen = apiModules::getInstance();
-  // The loader is not asked under the lock: a thread that loads a module with a hook in it holds the loader and waits for the lock.
+  // The loader is not asked under the lock: a thread that loads a module with a hook in it holds the loader and waits
+  // for the lock.
   if (const HINSTANCE found = zar::platform::find_loaded_module(module))
     m_real = zar::platform::find_exported_function(found, api);
   if (m_real && real) *real = m_real;
@@ -70,6 +71,7 @@ void apiHooker::ReplaceApi4Modules(zar::platform::import_changes &changes, const
 
 void apiHooker::apply_to_new(zar::platform::import_changes &changes, HINSTANCE module) {
   if (!m_real && zar::platform::is_module_named(module, m_module)) {
+    // Settled, callers rely on it: the variable that was given for the address stays as it is now.
     m_real = zar::platform::find_exported_function(module, m_api);
     if (m_real) ReplaceApi4Modules(changes, apiModules::getInstance(), m_module, m_real, m_replacement);
   }
@@ -83,6 +85,7 @@ void apiHooker::ApplyAfterMoudleLoaded() {
   apiModules &seen = apiModules::getInstance();
   zar::platform::import_changes changes;
   for (int i = 0; i < count; ++i) {
+    // Settled, callers rely on it: a module at the address of one that was unloaded passes for that one.
     if (seen.contains(loaded[i])) continue;
     for (apiHooker *hook = newest.load(std::memory_order_acquire); hook; hook = hook->m_next)
       hook->apply_to_new(changes, loaded[i]);

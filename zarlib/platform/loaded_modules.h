@@ -12,8 +12,8 @@ int list_loaded_modules(HINSTANCE *modules, int capacity);
 /// The module of that name, null when there is none. On Windows also a path, or a name without its ".dll".
 HINSTANCE find_loaded_module(const char *name);
 
-/// Whether the module's file has that name, without its folder and without regard to case. On Linux the name that the module
-/// gives itself will do as well.
+/// Whether the module's file has that name, without its folder and without regard to case. On Linux the name that the
+/// module gives itself will do as well.
 bool is_module_named(HINSTANCE module, const char *name);
 
 /// The address of a function that the module itself exports; null when it does not.

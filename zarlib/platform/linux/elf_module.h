@@ -55,8 +55,8 @@ inline std::uintptr_t page_start(std::uintptr_t address) { return address & ~(pa
 /// The first page of a module, which is its handle.
 std::uintptr_t first_page(const dl_phdr_info &info);
 
-/// Shows all modules to `visit(elf_module)` until it answers true. Meanwhile no module comes or goes, and no other thread is here;
-/// `visit` must not allocate or call the loader.
+/// Shows all modules to `visit(elf_module)` until it answers true. Meanwhile no module comes or goes, and no other
+/// thread is here; `visit` must not allocate or call the loader.
 template <class Visit>
 void visit_modules(Visit visit) {
   dl_iterate_phdr([](dl_phdr_info *info, size_t,

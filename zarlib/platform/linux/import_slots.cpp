@@ -53,7 +53,8 @@ void visit_slots(const elf_module &module, Visit visit) {
     visit_table(module, others + passed_over, bytes - passed_over * sizeof *others, visit);
 }
 
-/// A word that waits for its first call, told after the visit: where it stands, and the version of the function it asks for.
+/// A word that waits for its first call, told after the visit: where it stands, and the version of the function it asks
+/// for.
 struct unbound_word {
   char module_path[PATH_MAX];
   char version[256];
@@ -71,7 +72,8 @@ bool waits_for(const char *name, const elf_module &module, word value, size_t sy
   return module.pages().contains(value) && std::strcmp(module.symbol_name(symbol), name) == 0;
 }
 
-/// A program that takes a function's address may offer a stub of its own as that address to all modules; calls are not bound to it.
+/// A program that takes a function's address may offer a stub of its own as that address to all modules; calls are not
+/// bound to it.
 bool is_stand_in(void *address) {
   Dl_info info;
   void *symbol = nullptr;
@@ -95,7 +97,8 @@ void *find_binding(const imported_function &function, const unbound_word &unboun
   return is_stand_in(global) ? find_behind_program(function, unbound.version) : global;
 }
 
-/// The region of a page; null when the system does not show it. Outside the heap: it may be the heap that is being replaced.
+/// The region of a page; null when the system does not show it. Outside the heap: it may be the heap that is being
+/// replaced.
 const memory_region *region_at(word page, page_rights *&rights) {
   if (!rights) {
     void *const room = reserve_pages(sizeof(page_rights));

@@ -24,6 +24,7 @@ word *find_bound_addresses(HINSTANCE module, const char *imported_module) {
   ULONG size = 0;
   const auto *row = static_cast<const IMAGE_IMPORT_DESCRIPTOR *>(
       ImageDirectoryEntryToData(image, TRUE, IMAGE_DIRECTORY_ENTRY_IMPORT, &size));
+  // Settled, callers rely on it: a further table of that name is not looked at.
   for (; row && row->Name; ++row)
     if (_stricmp(image + row->Name, imported_module) == 0) return reinterpret_cast<word *>(image + row->FirstThunk);
   return nullptr;
