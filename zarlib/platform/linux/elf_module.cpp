@@ -1,7 +1,7 @@
 #include "zarlib/platform/linux/elf_module.h"
 
+#include <climits>
 #include <cstdio>
-#include <limits.h>
 #include <sys/auxv.h>
 #include <unistd.h>
 

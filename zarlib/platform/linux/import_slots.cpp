@@ -6,9 +6,9 @@
 #include "zarlib/platform/loaded_modules.h"
 
 #include <atomic>
+#include <climits>
 #include <cstdio>
 #include <cstring>
-#include <limits.h>
 #include <new>
 #include <sys/mman.h>
 
