@@ -119,14 +119,10 @@ TEST(ApiHooker, ChangesWordsThatOtherThreadsCallThrough) {
 }
 
 TEST(ApiHooker, RemembersAsManyModulesAsThereIsRoomFor) {
-  struct {
-    apiModules modules{[](HINSTANCE *, int capacity) { return capacity - 1; }};
-    HINSTANCE behind = nullptr;
-  } full;
-  for (std::uintptr_t i = 1; i <= 2; ++i) full.modules.append(reinterpret_cast<HINSTANCE>(i));
-  EXPECT_EQ(full.modules.end() - full.modules.begin(), 8192);
-  EXPECT_EQ(*(full.modules.end() - 1), reinterpret_cast<HINSTANCE>(1));
-  EXPECT_EQ(full.behind, nullptr);
+  apiModules full([](HINSTANCE *, int capacity) { return capacity - 1; });
+  for (std::uintptr_t i = 1; i <= 2; ++i) full.append(reinterpret_cast<HINSTANCE>(i));
+  EXPECT_EQ(full.end() - full.begin(), 8192);
+  EXPECT_EQ(*(full.end() - 1), reinterpret_cast<HINSTANCE>(1));
 }
 
 #ifndef _WIN32

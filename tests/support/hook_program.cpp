@@ -5,13 +5,13 @@
 #include <cstdio>
 
 extern "C" int hook_target(int value);
-static int replacement(int value) { return value + 100; }
 // Its address is taken, which in a program at a fixed place makes a stub of its own the function's address for
 // everybody.
 int (*volatile address)(int) = hook_target;
 
 int main(int, char **arguments) {
   chDynamicModule caller(arguments[2]);
+  int (*const replacement)(int) = [](int value) { return value + 100; };
   const apiHooker hook(arguments[1], "hook_target", reinterpret_cast<FARPROC>(reinterpret_cast<void *>(replacement)),
                        nullptr);
   apiHooker::ApplyAfterMoudleLoaded();

@@ -63,8 +63,7 @@ memory_region parse(std::string_view line) {
 
 } // namespace
 
-memory_map::memory_map()
-    : m_text(reserve_array<char>(text_max)), m_regions(reserve_array<memory_region>(regions_max)) {
+memory_map::memory_map() : m_text(reserve_array<char>(text_max)), m_regions(reserve_array<memory_region>(regions_max)) {
   if (!m_text || !m_regions) return;
   // The thread's own entry: that of the process is empty once its first thread has ended.
   std::string_view text = read_whole("/proc/thread-self/maps", m_text, text_max);
