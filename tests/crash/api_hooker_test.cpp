@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <list>
 #include <thread>
 
 #ifndef _WIN32
@@ -37,13 +38,14 @@ const std::string suffix = ".so", early = "hook_caller_now.so", lazy = "hook_cal
 #endif
 const std::string target = "hook_target" + suffix, late_target = "HOOK_late_TARGET" + suffix;
 
-/// A module that calls the function, in a copy never loaded before: what is hooked stays so. It stays loaded, as nobody
-/// looks again at a place where a module was.
+/// A module that calls the function, in a copy never loaded before: what is hooked stays so. It stays loaded to
+/// the end, as nobody looks again at a place where a module was.
 struct caller {
   explicit caller(const std::string &name) {
     static const harness::temporary_directory folder;
-    static int number = 0;
-    const std::string path = folder / (std::to_string(++number) + name);
+    static std::list<chDynamicModule> loaded;
+    const std::string path = folder / (std::to_string(loaded.size()) + name);
+    module = &loaded.emplace_back();
     std::filesystem::copy_file(harness::program_folder() + name, path);
 #ifndef _WIN32
     dlopen(path.c_str(), RTLD_LAZY);
@@ -54,7 +56,7 @@ struct caller {
   int call(const char *name, int value) const { return reinterpret_cast<int (*)(int)>(module->GetMethod(name))(value); }
   int operator()(int value) const { return call("call_target", value); }
 
-  chDynamicModule *const module = new chDynamicModule;
+  chDynamicModule *module;
 };
 
 FARPROC pointer(int (*function)(int)) { return reinterpret_cast<FARPROC>(reinterpret_cast<void *>(function)); }
