@@ -40,7 +40,8 @@ std::vector<double> signal(benchmark::State &state) {
 
 short linear(double value) { return static_cast<short>(static_cast<int>(value * 32767.0)); }
 
-template <class Buffer> void BM_ours(benchmark::State &state) {
+template <class Buffer>
+void BM_ours(benchmark::State &state) {
   const std::vector<double> values = signal(state);
   Buffer samples;
   samples.AllocSampleBuffer(static_cast<int>(values.size()));
@@ -54,7 +55,8 @@ template <class Buffer> void BM_ours(benchmark::State &state) {
 }
 
 /// A vector that is filled as a user would fill it.
-template <class Sample, class Encoder> void append_all(benchmark::State &state, Encoder encode) {
+template <class Sample, class Encoder>
+void append_all(benchmark::State &state, Encoder encode) {
   const std::vector<double> values = signal(state);
   std::vector<Sample> samples;
   samples.reserve(values.size());
@@ -67,7 +69,8 @@ template <class Sample, class Encoder> void append_all(benchmark::State &state, 
   state.SetItemsProcessed(state.iterations() * static_cast<long>(values.size()));
 }
 
-template <class Buffer> std::vector<unsigned char> table_of() {
+template <class Buffer>
+std::vector<unsigned char> table_of() {
   std::vector<unsigned char> table(65536);
   for (int sample = -32768; sample < 32768; ++sample) {
     Buffer one;
@@ -77,7 +80,8 @@ template <class Buffer> std::vector<unsigned char> table_of() {
   return table;
 }
 
-template <class Buffer> void BM_table(benchmark::State &state) {
+template <class Buffer>
+void BM_table(benchmark::State &state) {
   static const std::vector<unsigned char> table = table_of<Buffer>();
   const unsigned char *codes = table.data();
   append_all<unsigned char>(state, [codes](short sample) { return codes[static_cast<unsigned short>(sample)]; });
