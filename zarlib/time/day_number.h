@@ -62,15 +62,16 @@ constexpr calendar_date far_date_of(int day_number) {
 /// functions and their application to calendar algorithms" (Software: Practice and Experience 53, 2023).
 constexpr calendar_date date_of(int day_number) {
   const unsigned n = static_cast<unsigned>(day_number) - 92; // days since 1 March of the year 0
-  const unsigned centuries = (4 * n + 3) / 146097;
-  const unsigned julian = n + centuries - centuries / 4;          // as if every fourth year had a leap day
-  const unsigned long long years = 2939745ULL * (4 * julian + 3); // 2939745 is 2^32 / 1461 rounded up
+  const unsigned quarters = 4 * n + 3;
+  const unsigned centuries = quarters / 146097;
+  const unsigned julian = quarters + 4 * centuries - (centuries & ~3U); // as if every fourth year had a leap day
+  const unsigned long long years = 2939745ULL * julian;                 // 2939745 is 2^32 / 1461 rounded up
   const unsigned day_of_year = static_cast<unsigned>(years) / (4 * 2939745U);
-  const unsigned months = 2141 * day_of_year + 197913; // the month above 16 bits, the day of the month below
   const bool next_year = day_of_year >= 306;
-  calendar_date date = {static_cast<int>(years >> 32) + next_year,
-                        static_cast<int>(months >> 16) - (next_year ? 12 : 0),
-                        static_cast<int>((months & 0xFFFF) / 2141 + 1)};
+  // The month stands above 16 bits, the day of the month below.
+  const unsigned months = 2141 * day_of_year + 197913 - (next_year ? 12U << 16 : 0);
+  calendar_date date = {static_cast<int>(static_cast<unsigned>(years >> 32) + next_year),
+                        static_cast<int>(months >> 16), static_cast<int>((months & 0xFFFF) / 2141 + 1)};
   if (n >= 7206000) date = far_date_of(day_number);
   return date;
 }
