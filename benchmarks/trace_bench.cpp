@@ -1,5 +1,6 @@
 // Lines of the tracer beside spdlog with a pattern of the same content, and beside a bare write() of the same bytes.
 #define FMT_HEADER_ONLY
+#include "zarlib/trace/scope_tracers.h"
 #include "zarlib/trace/trace.h"
 #include "zarlib/trace/tracer_manager.h"
 
@@ -75,6 +76,27 @@ void BM_Disabled_ours(benchmark::State &state) {
   tracer().ResetTraceLevel(quiet_level);
   int i = 0;
   for (auto _ : state) zarTrace(7, "value %d of %s", ++i, "many");
+  tracer().ResetTraceLevel(-1);
+}
+
+void BM_DisabledScope_ours(benchmark::State &state) {
+  tracer().ResetTraceLevel(quiet_level);
+  int i = 0;
+  for (auto _ : state) {
+    const chTraceStack scope(7, __PRETTY_FUNCTION__, "value %d of %s", ++i, "many");
+    benchmark::ClobberMemory();
+  }
+  tracer().ResetTraceLevel(-1);
+}
+
+/// What a scope costs with the same line by hand.
+void BM_DisabledScope_trace_call(benchmark::State &state) {
+  tracer().ResetTraceLevel(quiet_level);
+  int i = 0;
+  for (auto _ : state) {
+    zarTrace(7, "value %d of %s", ++i, "many");
+    benchmark::ClobberMemory();
+  }
   tracer().ResetTraceLevel(-1);
 }
 
@@ -178,6 +200,8 @@ void BM_StoreLine_spdlog(benchmark::State &state) {
 BENCHMARK(BM_Disabled_ours)->Name("BM_Disabled/ours");
 BENCHMARK(BM_Disabled_spdlog_logger)->Name("BM_Disabled/spdlog_logger");
 BENCHMARK(BM_Disabled_spdlog_default)->Name("BM_Disabled/spdlog_default");
+BENCHMARK(BM_DisabledScope_ours)->Name("BM_DisabledScope/ours");
+BENCHMARK(BM_DisabledScope_trace_call)->Name("BM_DisabledScope/trace_call");
 BENCHMARK(BM_FileLine_ours)->Name("BM_FileLine/ours");
 BENCHMARK(BM_FileLine_spdlog)->Name("BM_FileLine/spdlog");
 BENCHMARK(BM_FileLine_bare_write)->Name("BM_FileLine/bare_write");

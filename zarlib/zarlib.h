@@ -50,6 +50,7 @@
 #include "zarlib/trace/file_trace.h"
 #include "zarlib/trace/level_test.h"
 #include "zarlib/trace/log_queue.h"
+#include "zarlib/trace/scope_tracers.h"
 #include "zarlib/trace/trace.h"
 #include "zarlib/trace/tracer_block.h"
 #include "zarlib/trace/tracer_manager.h"

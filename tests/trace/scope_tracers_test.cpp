@@ -1,0 +1,144 @@
+#include "zarlib/trace/scope_tracers.h"
+
+#include "tests/support/harness/files.h"
+#include "zarlib/frame/process_identity.h"
+#include "zarlib/trace/tracer_manager.h"
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <latch>
+#include <map>
+#include <thread>
+
+using testing::ElementsAre;
+using testing::EndsWith;
+
+namespace {
+
+/// What the calls write into the line store, by thread and without the prefixes.
+std::map<std::string, std::vector<std::string>> lines_by_thread(const std::function<void(uCTraceHelper &)> &calls) {
+  uCTraceHelper &tracer = uCTraceHelper::getInstance();
+  tracer.RedirectToShareMemory();
+  calls(tracer);
+  tracer.ResetTraceLevel(-1);
+  std::map<std::string, std::vector<std::string>> result;
+  for (std::string line; tracer.ReadShareMemoryString(line);) {
+    const size_t thread = line.find(':', line.find('+')) + 1, thread_end = line.find(']');
+    const size_t text = line.find(' ', line.find('.', line.find('.') + 1)) + 1;
+    result[line.substr(thread, thread_end - thread)].push_back(line.substr(text));
+  }
+  return result;
+}
+
+std::vector<std::string> lines_of(const std::function<void(uCTraceHelper &)> &calls) {
+  return lines_by_thread(calls)[std::to_string(zarGetCurrentThreadId())];
+}
+
+template <class T>
+struct shape {
+  const char *operator()(T) const { return __PRETTY_FUNCTION__; }
+  const char *operator<(T) const { return __PRETTY_FUNCTION__; }
+  static const char *maker(const T &) { return __PRETTY_FUNCTION__; }
+};
+
+} // namespace
+
+TEST(ScopeTracers, CutNamesOutOfSignatures) {
+  const std::string at_limit(259, 'n'), arguments(300, 'a');
+  struct signature_case {
+    std::string signature, bare, full;
+  };
+  const auto lines_for = [](const std::string &signature) {
+    return lines_of([&signature](auto &) {
+      chTraceStack(9, signature.c_str(), nullptr);
+      chTraceStack(9, signature.c_str(), "%s", "!");
+    });
+  };
+  const signature_case written[] = {
+      {"void __cdecl ns::f(int)", "ns::f", "ns::f(int)"},
+      {"f()", "f", "f()"},
+      {"std::map<int, char> c::f(std::vector<int> &, long) const", "c::f", "c::f(std::vector<int> &, long)"},
+      {"class std::basic_string<char> __thiscall c<int,0>::f(void)", "c<int,0>::f", "c<int,0>::f(void)"},
+      {"void c<unsigned int>::f()", "int>::f", "int>::f()"},
+      {"c::operator bool(void) const", "bool", "bool(void)"},
+      {"auto __cdecl main::<lambda_1>::operator ()(int) const", "", "()"},
+      {"void (* g(int))(char)", "", "(* g(int)"},
+      {"void f(void (*)(int), long)", "f", "f(void (*)"},
+      {"open f(int", "f", "f(int"},
+      {"(", "", "("},
+      {"no parenthesis)", "", ""},
+      {"", "", ""},
+      {"void " + at_limit + "(int)", at_limit, at_limit},
+      {"void f(" + arguments + ")", "f", ("f(" + arguments).substr(0, 259)}};
+  for (const auto &[signature, bare, full] : written)
+    EXPECT_THAT(lines_for(signature), ElementsAre("{ " + full, "} " + full, "{ " + bare + "!", "} " + bare));
+  const signature_case made[] = {{shape<int>()(1), "::operator", "::operator()"},
+                                 {shape<int>() < 1, "::operator<", "::operator<(T)"},
+                                 {shape<int>::maker(1), "::maker", "::maker(const T&)"},
+                                 {[] { return __PRETTY_FUNCTION__; }(), "::TestBody", "::TestBody()"}};
+  for (const auto &[signature, bare, full] : made)
+    EXPECT_THAT(lines_for(signature),
+                ElementsAre(EndsWith(full), EndsWith(full), EndsWith(bare + "!"), EndsWith(bare)));
+  EXPECT_THAT(lines_of([](auto &) { chTraceStack(9, nullptr, ""); }), ElementsAre("{ ", "} "));
+}
+
+TEST(ScopeTracers, IndentByDepthAndCloseWhatWasOpened) {
+  const auto lines = lines_of([](uCTraceHelper &tracer) {
+    tracer.ResetTraceLevel(5);
+    const chTraceStack outer(5, "void outer(int)", "(%d)", 1);
+    const chTraceStack silent(6, "void silent()", "%d", 2);
+    {
+      const chTraceStack middle(-3, "void middle()", "");
+      tracer.ResetTraceLevel(9);
+      const chTraceStack inner(9, "void inner()", nullptr);
+      tracer.ResetTraceLevel(-5);
+      const chTraceStack late(5, "void late()", nullptr);
+    }
+    chTraceStack copied(6, "void copied()", nullptr);
+    copied = silent;
+  });
+  EXPECT_THAT(lines,
+              ElementsAre("{ outer(1)", "  { middle()", "    { inner()", "    } inner()", "  } middle()", "} outer"));
+  EXPECT_EQ(uCTraceHelper::getInstance().push_trace_level(), 0);
+  EXPECT_EQ(uCTraceHelper::getInstance().pop_trace_level(), 0);
+}
+
+TEST(ScopeTracers, KeepTheDepthsOfThreadsApart) {
+  constexpr int threads = 6, rounds = 50;
+  const auto lines = lines_by_thread([](auto &) {
+    std::latch all(threads);
+    std::vector<std::thread> running;
+    for (int i = 0; i < threads; ++i)
+      running.emplace_back([&all] {
+        all.arrive_and_wait();
+        for (int round = 0; round < rounds; ++round) {
+          const chTraceStack outer(9, "void outer()", "%d", round);
+          const chTraceStack inner(9, "void inner()", nullptr);
+        }
+      });
+    for (auto &thread : running) thread.join();
+  });
+  EXPECT_EQ(lines.size(), size_t{threads});
+  std::vector<std::string> expected;
+  for (int i = 0; i < rounds; ++i)
+    expected.insert(expected.end(), {"{ outer" + std::to_string(i), "  { inner()", "  } inner()", "} outer"});
+  for (const auto &[thread, written] : lines) EXPECT_EQ(written, expected) << thread;
+}
+
+TEST(ScopeTracers, SimpleOnesGoToTheConsoleWithTheDepthAsAByte) {
+  testing::internal::CaptureStdout();
+  {
+    const simpStackTracer outer("void outer()", nullptr);
+    EXPECT_EQ(simpStackTracer::getDepth(), 1);
+    const simpStackTracer inner("void inner(int)", "=%d", 5);
+    simpStackTracer::getDepth() = 129;
+    simpStackTracer(("void " + std::string(300, 'x') + "()").c_str(), nullptr);
+    simpStackTracer::getDepth() = 2;
+  }
+  std::thread([] { simpStackTracer("f()", nullptr); }).join();
+  EXPECT_EQ(simpStackTracer::getDepth(), 0);
+  const std::string two(32, '\x02'), name(259, 'x');
+  EXPECT_THAT(harness::lines_of(testing::internal::GetCapturedStdout()),
+              ElementsAre("", two + "{ inner=5", two + "{ " + name, two + "} " + name, two + "} inner", "", "", ""));
+}
