@@ -13,6 +13,9 @@ configure_file("${zarlib_backtrace_dir}/include/backtrace.h" "${CMAKE_BINARY_DIR
 target_include_directories(zarlib SYSTEM PRIVATE "${CMAKE_BINARY_DIR}/libbacktrace")
 target_link_libraries(zarlib PRIVATE "${zarlib_backtrace}" Threads::Threads ${CMAKE_DL_LIBS})
 
+# The few bytes of each thread lie in the loader's reserve, an addition away, also where link-time optimisation moves them.
+target_compile_options(zarlib PRIVATE -ftls-model=initial-exec)
+
 # Bound at load (the crash path must not call the binder), nothing of the archives or of the standard library's templates visible.
 # Never unloaded: the fault handlers point into it.
 target_link_options(zarlib PRIVATE -Wl,-z,now -Wl,-z,relro -Wl,-z,nodelete -Wl,-Bsymbolic-functions -Wl,--exclude-libs,ALL

@@ -56,10 +56,9 @@ bool chFileStdio::WriteRecord(std::initializer_list<std::string_view> parts) {
   return (m_pending.size() < buffer_size || Flush()) && had_room;
 }
 
-bool chFileStdio::WriteThrough(std::string_view record) {
-  if (!m_stream) return false;
-  if (m_pending.empty()) return zar::platform::write_all(m_stream, record.data(), record.size());
-  return WriteRecord({record}) && Flush();
+std::FILE *chFileStdio::UnbufferedStream() {
+  if (!m_pending.empty()) Flush();
+  return m_stream;
 }
 
 bool chFileStdio::Flush() {

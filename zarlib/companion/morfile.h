@@ -57,8 +57,8 @@ public:
   /// Writes several texts as one record. Costs a copy into the buffer, no system call as long as there is room.
   bool WriteRecord(std::initializer_list<std::string_view> parts);
 
-  /// Writes one record and hands it to the system at once; with nothing buffered, without a copy.
-  bool WriteThrough(std::string_view record);
+  /// @return The stream, with nothing buffered, for zar::platform::write_all(), which copies nothing; null when nothing is open.
+  std::FILE *UnbufferedStream();
 
   /// Hands the buffered bytes to the system, in one write. They are not forced to the disk.
   bool Flush();

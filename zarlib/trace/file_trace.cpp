@@ -1,6 +1,7 @@
 #include "zarlib/trace/file_trace.h"
 
 #include "zarlib/companion/qxstl.h"
+#include "zarlib/platform/file_stream.h"
 #include "zarlib/text/environment.h"
 #include "zarlib/text/file_system.h"
 #include "zarlib/trace/line_text.h"
@@ -66,22 +67,20 @@ int chFileTrace::OpenFileTrace(const std::string &name, int sizeKB, int count) {
 }
 
 int chFileTrace::WriteLogLine(const std::string &line) {
-  PrepareForLine();
-  WriteRecord({}, line);
-  return Flush();
+  zar::line_text text;
+  text.append(line);
+  if (std::FILE *const stream = PrepareForLine(text)) zar::platform::write_all(stream, text.view().data(), text.size());
+  return 1;
 }
 
-void chFileTrace::WriteThrough(zar::line_text &line) {
-  PrepareForLine();
-  if (!m_file->IsFileOpened()) return;
+std::FILE *chFileTrace::PrepareForLine(zar::line_text &line) {
+  chFileStdio &file = m_file.data();
+  if (!file.IsFileOpened() && OpenCurrentFile()) MeasureCurrentFile();
+  if (m_nCurrentSize >= m_nMaxSize) Rotate();
+  if (!file.IsFileOpened()) return nullptr;
   CountLine(line.size());
   line.append("\r\n");
-  m_file->WriteThrough(line.view());
-}
-
-void chFileTrace::PrepareForLine() {
-  if (!m_file.data().IsFileOpened() && OpenCurrentFile()) MeasureCurrentFile();
-  RotateIfFull();
+  return file.UnbufferedStream();
 }
 
 int chFileTrace::WriteLogLine(const char *prefix, const std::string &line) {
@@ -96,7 +95,7 @@ int chFileTrace::WriteLogLineRaw(const char *prefix, const std::string &line) {
     OpenCurrentFile();
     MeasureCurrentFile();
   }
-  RotateIfFull();
+  if (m_nCurrentSize >= m_nMaxSize) Rotate();
   WriteRecord(prefix ? prefix : "", line);
   return 1;
 }
@@ -117,8 +116,7 @@ void chFileTrace::MeasureCurrentFile() {
   m_nCurrentSize = measured >= 0 ? measured : m_file->GetPosition();
 }
 
-void chFileTrace::RotateIfFull() {
-  if (m_nCurrentSize < m_nMaxSize) return;
+void chFileTrace::Rotate() {
   m_file->Close();
   const int next = number(m_nCurrentIndex + 1LL);
   if (next < m_nMaxFiles) {

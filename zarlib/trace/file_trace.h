@@ -6,6 +6,7 @@
 #include "zarlib/memory/dymic_alloc.h"
 #include "zarlib/memory/polymorphic_frame.h"
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -80,12 +81,13 @@ private:
   friend class uCTraceHelper;
 
   std::string GetFileName(int index) const;
-  void WriteThrough(zar::line_text &line);
-  void PrepareForLine();
+  // Opens, rotates, counts, and ends the line. What is left is to hand it to the stream in one write, unless that is null: by the
+  // caller, because a return from a function entered before a system call is slow.
+  std::FILE *PrepareForLine(zar::line_text &line);
   void CountLine(size_t bytes);
   bool OpenCurrentFile();
   void MeasureCurrentFile();
-  void RotateIfFull();
+  void Rotate();
   void WriteRecord(std::string_view prefix, std::string_view line);
 
   polymorphic_frame<chFileStdio> m_file;

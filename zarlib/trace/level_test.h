@@ -17,9 +17,12 @@ public:
   /// @return Whether the line will certainly not be written. false also where only the library can tell: before the first line
   ///         of the process, and while the system's option decides.
   static bool fails(int level) {
-    const int in_force = __atomic_load_n(&s_option.load(std::memory_order_acquire)->level, __ATOMIC_RELAXED);
-    return level > in_force && in_force != -1;
+    const int own = own_level();
+    return level > own && own != -1;
   }
+
+  /// @return The level of the process; -1 where only the library can tell the level in force.
+  static int own_level() { return __atomic_load_n(&s_option.load(std::memory_order_acquire)->level, __ATOMIC_RELAXED); }
 #endif
 
 private:

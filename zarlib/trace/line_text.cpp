@@ -3,6 +3,8 @@
 #include "zarlib/frame/process_identity.h"
 #include "zarlib/time/ticks.h"
 
+#include <array>
+#include <bit>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
@@ -13,6 +15,23 @@ namespace {
 using zar::line_text;
 
 constexpr int most_digits = 20;
+
+constexpr auto digit_pairs = [] {
+  std::array<char, 200> text{};
+  for (int i = 0; i < 100; ++i) {
+    text[static_cast<size_t>(2 * i)] = static_cast<char>('0' + i / 10);
+    text[static_cast<size_t>(2 * i + 1)] = static_cast<char>('0' + i % 10);
+  }
+  return text;
+}();
+
+constexpr unsigned powers_of_ten[] = {0, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000};
+
+int digits_of(unsigned value) {
+  // 1233 / 4096 is the logarithm of 2 to the base of 10, near enough for 32 bits.
+  const int least = std::bit_width(value | 1) * 1233 >> 12;
+  return least + (value >= powers_of_ten[least] ? 1 : 0);
+}
 
 /// Writes characters one behind the other; a line is too frequent for a format to be read each time.
 class writer {
@@ -30,16 +49,33 @@ public:
     return *this;
   }
 
-  /// The last `digits` digits, with leading zeros.
-  writer &padded(unsigned value, int digits) {
-    for (int i = digits - 1; i >= 0; --i, value /= 10) m_at[i] = static_cast<char>('0' + value % 10);
-    m_at += digits;
+  /// The usual ones, without a call.
+  writer &number(unsigned value) {
+    char *at = m_at += digits_of(value);
+    for (; value >= 100; value /= 100) copy_pair(at -= 2, value % 100);
+    if (value >= 10)
+      copy_pair(at - 2, value);
+    else
+      at[-1] = static_cast<char>('0' + value);
+    return *this;
+  }
+  writer &number(int value) {
+    if (value < 0) put('-');
+    return number(value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value));
+  }
+
+  /// A number below 100 by two digits.
+  writer &pair(unsigned value) {
+    copy_pair(m_at, value);
+    m_at += 2;
     return *this;
   }
 
   char *end() const { return m_at; }
 
 private:
+  static void copy_pair(char *to, unsigned value) { std::memcpy(to, &digit_pairs[2 * value], 2); }
+
   char *m_at;
 };
 
@@ -65,13 +101,15 @@ bool append_plain(line_text &line, const char *&conversion, argument_list &args)
   for (; *at == 'l' && longs < 2; ++at) ++longs;
   const char letter = *at++;
   if (letter == 'd' || letter == 'i') {
-    append_number(line, longs == 0   ? va_arg(args.list, int)
-                        : longs == 1 ? va_arg(args.list, long)
-                                     : va_arg(args.list, long long));
+    if (longs == 0)
+      append_number(line, va_arg(args.list, int));
+    else
+      append_number(line, longs == 1 ? va_arg(args.list, long) : va_arg(args.list, long long));
   } else if (letter == 'u') {
-    append_number(line, longs == 0   ? va_arg(args.list, unsigned)
-                        : longs == 1 ? va_arg(args.list, unsigned long)
-                                     : va_arg(args.list, unsigned long long));
+    if (longs == 0)
+      append_number(line, va_arg(args.list, unsigned));
+    else
+      append_number(line, longs == 1 ? va_arg(args.list, unsigned long) : va_arg(args.list, unsigned long long));
   } else if (longs > 0) {
     return false;
   } else if (letter == 's') {
@@ -86,6 +124,18 @@ bool append_plain(line_text &line, const char *&conversion, argument_list &args)
   }
   conversion = at;
   return true;
+}
+
+/// Appends what stands in front of the next conversion, which is short as a rule and is copied as it is read. @return Where that
+/// conversion is, or the end.
+const char *append_literal(line_text &line, const char *text) {
+  constexpr int step = 64;
+  for (;;) {
+    char *at = line.room(step), *const limit = at + step;
+    while (at != limit && *text && *text != '%') *at++ = *text++;
+    line.end_at(at);
+    if (at != limit) return text;
+  }
 }
 
 /// @return Whether the format could be used.
@@ -120,28 +170,32 @@ void append_line_prefix(line_text &line, const char *module) {
   SYSTEMTIME time;
   zarGetLocalTime(&time);
 
-  line.append("[");
-  line.append(module && *module ? module : "D:Who?");
+  if (module && *module) {
+    line.put('[');
+    line.append(module);
+    line.put('+');
+  } else {
+    line.append("[D:Who?+");
+  }
   constexpr size_t most_bytes = 96;
   writer out(line.room(most_bytes));
-  out.put('+').number(static_cast<int>(zarGetCurrentProcessId()));
+  out.number(static_cast<int>(zarGetCurrentProcessId()));
   out.put(':').number(static_cast<int>(zarGetCurrentThreadId())).put(']');
-  out.put(' ').padded(time.wMonth, 2).put('-').padded(time.wDay, 2);
-  out.put(' ').padded(time.wHour, 2).put(':').padded(time.wMinute, 2).put(':').padded(time.wSecond, 2);
-  out.put('.').padded(time.wMilliseconds, 3);
+  out.put(' ').pair(time.wMonth).put('-').pair(time.wDay);
+  out.put(' ').pair(time.wHour).put(':').pair(time.wMinute).put(':').pair(time.wSecond);
+  out.put('.').number(time.wMilliseconds / 100u).pair(time.wMilliseconds % 100);
   out.put(' ').number(static_cast<unsigned>(tick.seconds));
-  out.put('.').padded(static_cast<unsigned>(tick.microseconds), 6).put(' ');
+  const auto microseconds = static_cast<unsigned>(tick.microseconds);
+  out.put('.').pair(microseconds / 10000).pair(microseconds / 100 % 100).pair(microseconds % 100).put(' ');
   line.end_at(out.end());
 }
 
 void append_formatted(line_text &line, const char *format, va_list args) {
   const size_t start = line.size();
   argument_list rest(args);
-  while (*format) {
-    if (*format != '%') {
-      line.put(*format++);
-      continue;
-    }
+  for (;;) {
+    format = append_literal(line, format);
+    if (!*format) return;
     const char *const conversion = format++;
     if (append_plain(line, format, rest)) continue;
     if (!append_by_library(line, conversion, rest.list)) line.shrink(start);

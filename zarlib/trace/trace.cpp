@@ -17,7 +17,8 @@ constexpr int debug_level = 7;
 constexpr int trace_level = 9;
 
 bool is_written(int level) {
-  return !zarTraceLevelTest::fails(level) && level <= uCTraceHelper::getInstance().GetOutputLevel();
+  const int own = zarTraceLevelTest::own_level();
+  return level <= (own != zar::from_system ? own : uCTraceHelper::getInstance().GetOutputLevel());
 }
 
 /// A message of a letter, "[W:]" or "[E:]". No blank stands between the parenthesis and the text: settled, callers rely on it.

@@ -4,6 +4,7 @@
 #include "zarlib/frame/process_identity.h"
 #include "zarlib/frame/static_instance.h"
 #include "zarlib/platform/fault.h"
+#include "zarlib/platform/file_stream.h"
 #include "zarlib/platform/static_lock.h"
 #include "zarlib/trace/console.h"
 #include "zarlib/trace/file_trace.h"
@@ -137,6 +138,30 @@ int uCTraceHelper::redirect(int method) {
   return 1;
 }
 
+// These two stand at the place of their calls: after a system call each return from a function entered before it is slow.
+[[gnu::always_inline]] inline void uCTraceHelper::write_to_file(zar::line_text &line) {
+  std::unique_lock hold(outputs);
+  if (is_open) {
+    if (std::FILE *const stream = m_pFileTrace->PrepareForLine(line))
+      zar::platform::write_all(stream, line.view().data(), line.size());
+    return;
+  }
+  hold.unlock();
+  TraceToConsole(std::string(line.view()));
+}
+
+[[gnu::always_inline]] inline void uCTraceHelper::deliver(zar::line_text &line) {
+  zar::platform::arm_thread();
+  switch (output.load(std::memory_order_relaxed)) {
+  case zar::output_console:
+    return TraceToConsole(std::string(line.view()));
+  case zar::output_file:
+    return write_to_file(line);
+  case zar::output_store:
+    return write_to_store(line.view());
+  }
+}
+
 void uCTraceHelper::TraceOutString(const char *module, const std::string &text) {
   if (GetOutputMethod() == zar::output_none) return;
   zar::line_text line;
@@ -161,18 +186,6 @@ void zar::trace_formatted(const char *module, const char *format, va_list args) 
   tracer.deliver(line);
 }
 
-void uCTraceHelper::deliver(zar::line_text &line) {
-  zar::platform::arm_thread();
-  switch (output.load(std::memory_order_relaxed)) {
-  case zar::output_console:
-    return TraceToConsole(std::string(line.view()));
-  case zar::output_file:
-    return write_to_file(line);
-  case zar::output_store:
-    return write_to_store(line.view());
-  }
-}
-
 void uCTraceHelper::TraceToConsole(const std::string &text) { consoleWriteString(false, text); }
 
 void uCTraceHelper::TraceToFileTrace(const std::string &text) {
@@ -182,16 +195,6 @@ void uCTraceHelper::TraceToFileTrace(const std::string &text) {
 }
 
 void uCTraceHelper::TraceToShareMemory(const std::string &text) { write_to_store(text); }
-
-void uCTraceHelper::write_to_file(zar::line_text &line) {
-  std::unique_lock hold(outputs);
-  if (is_open) {
-    m_pFileTrace->WriteThrough(line);
-    return;
-  }
-  hold.unlock();
-  TraceToConsole(std::string(line.view()));
-}
 
 void uCTraceHelper::write_to_store(std::string_view line) {
   std::unique_lock hold(outputs);

@@ -54,7 +54,7 @@ private:
 };
 
 // Apart from the object, because its guard is a call.
-[[gnu::tls_model("initial-exec")]] thread_local bool t_armed = false;
+thread_local bool t_armed = false;
 
 } // namespace
 

@@ -46,9 +46,13 @@ std::FILE *open_for_writing(const std::string &path, opening how) {
   return stream;
 }
 
-bool write_all(std::FILE *stream, const void *data, size_t size) {
+long long write_once(std::FILE *stream, const void *data, size_t size) { return write(fileno(stream), data, size); }
+
+bool write_rest(std::FILE *stream, const void *data, size_t size, long long arrived) {
   const int file = fileno(stream);
-  const size_t done = write_bytes(file, static_cast<const char *>(data), size);
+  size_t done = static_cast<size_t>(std::max(arrived, 0LL));
+  if (arrived > 0 || (arrived < 0 && errno == EINTR))
+    done += write_bytes(file, static_cast<const char *>(data) + done, size - done);
   if (done == size) return true;
   const int reason = errno;
   if (done > 0) take_back(file, done);

@@ -1,20 +1,19 @@
 #include "zarlib/platform/static_lock.h"
 
-#include <pthread.h>
+#include "zarlib/platform/linux/futex_lock.h"
 
 namespace zar::platform {
 
-// The C library's static initialiser is all zero.
 template <class Room>
-static pthread_mutex_t *native(Room &room) {
-  static_assert(sizeof(pthread_mutex_t) <= sizeof room && alignof(pthread_mutex_t) <= 8);
-  return reinterpret_cast<pthread_mutex_t *>(room);
+static futex_lock &native(Room &room) {
+  static_assert(sizeof(futex_lock) <= sizeof room && alignof(futex_lock) <= 8);
+  return reinterpret_cast<futex_lock &>(room);
 }
 
-void static_lock::lock() { pthread_mutex_lock(native(m_room)); }
+void static_lock::lock() { native(m_room).lock(); }
 
-bool static_lock::try_lock() { return pthread_mutex_trylock(native(m_room)) == 0; }
+bool static_lock::try_lock() { return native(m_room).try_lock(); }
 
-void static_lock::unlock() { pthread_mutex_unlock(native(m_room)); }
+void static_lock::unlock() { native(m_room).unlock(); }
 
 } // namespace zar::platform

@@ -13,8 +13,8 @@ namespace zar::platform {
 
 namespace {
 
-// Initial-exec: one addition to the thread pointer instead of a call, small enough for the loader's reserve.
-[[gnu::tls_model("initial-exec")]] thread_local unsigned long t_id = 0;
+// The build asks for the initial-exec model: one addition to the thread pointer instead of a call.
+thread_local unsigned long t_id = 0;
 
 [[gnu::noinline, gnu::cold]] unsigned long first_id() { return t_id = static_cast<unsigned long>(gettid()); }
 

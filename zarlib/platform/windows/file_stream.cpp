@@ -68,9 +68,14 @@ std::FILE *open_for_writing(const std::string &path, opening how) {
   return stream;
 }
 
-bool write_all(std::FILE *stream, const void *data, size_t size) {
+long long write_once(std::FILE *stream, const void *data, size_t size) {
+  return _write(_fileno(stream), data, static_cast<unsigned>(piece_of(size)));
+}
+
+bool write_rest(std::FILE *stream, const void *data, size_t size, long long arrived) {
   const int file = _fileno(stream);
-  const size_t done = write_bytes(file, static_cast<const char *>(data), size);
+  size_t done = static_cast<size_t>(std::max(arrived, 0LL));
+  if (arrived > 0) done += write_bytes(file, static_cast<const char *>(data) + done, size - done);
   if (done > 0 && done < size) take_back(file, done);
   return done == size;
 }

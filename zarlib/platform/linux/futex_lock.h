@@ -1,0 +1,57 @@
+// A lock of one word for the threads of this process, not recursive. All zero is free.
+#pragma once
+
+#include <atomic>
+#include <linux/futex.h>
+#include <sys/single_threaded.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace zar::platform {
+
+class futex_lock {
+public:
+  bool try_lock() {
+    int free = 0;
+    if (!__libc_single_threaded) return m_word.compare_exchange_strong(free, held, std::memory_order_acquire);
+    // A process of one thread needs no bus lock for it.
+    if (m_word.load(std::memory_order_relaxed) != 0) return false;
+    m_word.store(held, std::memory_order_relaxed);
+    return true;
+  }
+
+  void lock() {
+    if (!try_lock()) wait();
+  }
+
+  void unlock() {
+    if (__libc_single_threaded)
+      m_word.store(0, std::memory_order_relaxed);
+    else if (m_word.exchange(0, std::memory_order_release) == waited_for)
+      futex(FUTEX_WAKE, 1);
+  }
+
+private:
+  static constexpr int held = 1;
+  static constexpr int waited_for = 2; // held, and perhaps somebody sleeps
+
+  [[gnu::noinline]] void wait() {
+    // A short wait is cheaper than a sleep; a holder needs the processor only for a few instructions.
+    for (int i = 0; i < 40; ++i) {
+      int free = 0;
+      if (m_word.load(std::memory_order_relaxed) == 0 &&
+          m_word.compare_exchange_strong(free, held, std::memory_order_acquire))
+        return;
+      __builtin_ia32_pause();
+    }
+    while (m_word.exchange(waited_for, std::memory_order_acquire) != 0) futex(FUTEX_WAIT, waited_for);
+  }
+
+  [[gnu::noinline]] void futex(int operation, int value) {
+    syscall(SYS_futex, reinterpret_cast<int *>(&m_word), operation | FUTEX_PRIVATE_FLAG, value, nullptr, nullptr, 0);
+  }
+
+  std::atomic<int> m_word{0};
+};
+
+} // namespace zar::platform
