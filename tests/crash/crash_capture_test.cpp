@@ -103,6 +103,12 @@ TEST(CrashCapture, AppendsReportsAndLeavesOutWhatItCannotWrite) {
 }
 
 #ifndef _WIN32
+TEST(CrashCapture, LeavesTheDeathOfAnUncaughtExceptionToTheProgramsOwnHandler) {
+  const crash_folder folder;
+  EXPECT_EQ(harness::run("crashing_program", {"throw_handled", folder.documents.path()}).exit_code, 3);
+  EXPECT_TRUE(is_report(folder.text(), "[^]*throw_it[^]*main[^]*")) << folder.text();
+}
+
 TEST(CrashCapture, ADebuggerShowsTheStacksOfTheDump) {
   const crash_folder folder;
   folder.crash("beside");

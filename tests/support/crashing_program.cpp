@@ -128,6 +128,7 @@ const std::map<std::string, int (*)(int)> ways = {
     {"sent", send_fault},
     {"heap", take},
     {"traced", read_when_traced},
+    {"throw_handled", [](int a) { return std::signal(SIGABRT, [](int) { _exit(3); }), throw_it(a); }},
 #endif
 };
 

@@ -1,7 +1,8 @@
 #include "zarlib/platform/console.h"
 
+#include "zarlib/platform/linux/status_file.h"
+
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -11,15 +12,9 @@ namespace zar::platform {
 bool has_console() { return fcntl(STDOUT_FILENO, F_GETFD) != -1; }
 
 bool is_debugged() {
-  const int file = open("/proc/self/status", O_RDONLY | O_CLOEXEC);
-  if (file < 0) return false;
-  char text[2048];
-  const ssize_t count = read(file, text, sizeof text - 1);
-  close(file);
-  if (count <= 0) return false;
-  text[count] = 0;
-  const char *const line = std::strstr(text, "\nTracerPid:");
-  return line && std::atol(line + sizeof "\nTracerPid:" - 1) != 0;
+  const status_file self("/proc/self/status");
+  const char *const tracer = self.value_of("\nTracerPid:");
+  return tracer && std::atol(tracer) != 0;
 }
 
 // syslog takes UTF-8 as it is, and ends the record itself.

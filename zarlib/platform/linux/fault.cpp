@@ -86,22 +86,25 @@ void on_fault(int signal, siginfo_t *info, void *context) {
 
 void on_uncaught_exception(int, siginfo_t *info, void *context) { report_once(info, context); }
 
-void install(int signal, void (*handler)(int, siginfo_t *, void *)) {
-  struct sigaction action = {};
+/// @return The action found.
+struct sigaction install(int signal, void (*handler)(int, siginfo_t *, void *)) {
+  struct sigaction action = {}, found = {};
   action.sa_sigaction = handler;
   action.sa_flags = SA_SIGINFO | SA_ONSTACK;
   sigfillset(&action.sa_mask);
-  sigaction(signal, &action, nullptr);
+  sigaction(signal, &action, &found);
+  return found;
 }
 
 /// An exception that nobody catches: its thrower's frames are still on the stack, below this function. The signal of the coming
-/// death is raised early, once, so that its handler finds the registers in the form that the report knows.
+/// death is raised early, once, so that its handler finds the registers in the form that the report knows. A handler that the program
+/// has for that death gets it afterwards.
 [[noreturn]] void on_terminate() {
   if (std::current_exception()) {
-    install(SIGABRT, on_uncaught_exception);
+    const struct sigaction found = install(SIGABRT, on_uncaught_exception);
     set_mask(SIG_UNBLOCK, {SIGABRT});
     raise(SIGABRT);
-    set_default(SIGABRT);
+    sigaction(SIGABRT, &found, nullptr);
   }
   if (s_next_terminate) s_next_terminate();
   std::abort();

@@ -1,10 +1,10 @@
 #include "zarlib/platform/thread.h"
 
+#include "zarlib/platform/linux/status_file.h"
+
 #include <atomic>
 #include <cstdio>
-#include <cstring>
 #include <ctime>
-#include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
 #include <unistd.h>
@@ -30,17 +30,11 @@ const int fork_watch = pthread_atfork(nullptr, nullptr, forget_ids);
 
 /// The state letter and the thread group of a /proc status file.
 bool read_status(const char *path, char &state, unsigned long &group) {
-  const int file = open(path, O_RDONLY | O_CLOEXEC);
-  if (file < 0) return false;
-  char text[1024];
-  const ssize_t count = read(file, text, sizeof text - 1);
-  close(file);
-  if (count <= 0) return false;
-  text[count] = 0;
-  const char *const state_line = std::strstr(text, "\nState:");
-  const char *const group_line = std::strstr(text, "\nTgid:");
-  return state_line && group_line && std::sscanf(state_line, " State: %c", &state) == 1 &&
-         std::sscanf(group_line, " Tgid: %lu", &group) == 1;
+  const status_file status(path);
+  const char *const state_text = status.value_of("\nState:");
+  const char *const group_text = status.value_of("\nTgid:");
+  return state_text && group_text && std::sscanf(state_text, " %c", &state) == 1 &&
+         std::sscanf(group_text, " %lu", &group) == 1;
 }
 
 bool runs(char state) { return state != 'Z' && state != 'X' && state != 'x'; }

@@ -1,0 +1,31 @@
+// The state of a process or a thread as /proc tells it.
+#pragma once
+
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace zar::platform {
+
+/// The first lines of a /proc status file. Allocates nothing.
+class status_file {
+public:
+  explicit status_file(const char *path) {
+    const int file = open(path, O_RDONLY | O_CLOEXEC);
+    if (file < 0) return;
+    const ssize_t count = read(file, m_text, sizeof m_text - 1);
+    close(file);
+    m_text[count > 0 ? count : 0] = 0;
+  }
+
+  /// @param line  "\nName:", as every line but the first begins. @return What follows it; null where there is no such line or no file.
+  const char *value_of(const char *line) const {
+    const char *const found = std::strstr(m_text, line);
+    return found ? found + std::strlen(line) : nullptr;
+  }
+
+private:
+  char m_text[2048] = {};
+};
+
+} // namespace zar::platform
