@@ -57,9 +57,6 @@ public:
   /// Writes several texts as one record. Costs a copy into the buffer, no system call as long as there is room.
   bool WriteRecord(std::initializer_list<std::string_view> parts);
 
-  /// @return The stream, with nothing buffered, for zar::platform::write_all(), which copies nothing; null when nothing is open.
-  std::FILE *UnbufferedStream();
-
   /// Hands the buffered bytes to the system, in one write. They are not forced to the disk.
   bool Flush();
 
@@ -68,6 +65,11 @@ public:
   int GetPosition() const;
 
 private:
+  friend class chFileTrace;
+
+  /// @return The stream, with nothing buffered any more, for a record that is not to be copied; null when nothing is open.
+  std::FILE *UnbufferedStream();
+
   std::FILE *m_stream;
   std::string m_pending; ///< not yet with the system
 };

@@ -15,7 +15,8 @@ enum class opening {
 /// A binary stream that children do not inherit, or null. Its own buffer stays unused: bytes go through write_all().
 std::FILE *open_for_writing(const std::string &path, opening how);
 
-/// One call of the system, past the stream's buffer. @return How many bytes arrived; below 0 for none, with the reason in the last error.
+/// One call of the system, past the stream's buffer.
+/// @return How many bytes arrived; below 0 for none, with the reason in the last error.
 long long write_once(std::FILE *stream, const void *data, size_t size);
 
 /// Goes on behind a write_once() of which so many bytes arrived, as write_all() promises.
@@ -25,7 +26,7 @@ bool write_rest(std::FILE *stream, const void *data, size_t size, long long arri
 /// refuses halfway, what had arrived is taken back, provided that the file is a regular one and nothing stands behind
 /// it.
 ///
-/// Inline, because a return from a function that was entered before a system call is slow: this is the road of every log line.
+/// Inline, because a return from a function that was entered before a system call is slow, and every log line comes here.
 inline bool write_all(std::FILE *stream, const void *data, size_t size) {
   const long long arrived = write_once(stream, data, size);
   return arrived == static_cast<long long>(size) || write_rest(stream, data, size, arrived);

@@ -81,8 +81,8 @@ private:
   friend class uCTraceHelper;
 
   std::string GetFileName(int index) const;
-  // Opens, rotates, counts, and ends the line. What is left is to hand it to the stream in one write, unless that is null: by the
-  // caller, because a return from a function entered before a system call is slow.
+  // Opens, rotates, counts, and ends the line. What is left is to hand it to the stream in one write, unless that is
+  // null: by the caller, because a return from a function entered before a system call is slow.
   std::FILE *PrepareForLine(zar::line_text &line);
   void CountLine(size_t bytes);
   bool OpenCurrentFile();

@@ -126,8 +126,8 @@ bool append_plain(line_text &line, const char *&conversion, argument_list &args)
   return true;
 }
 
-/// Appends what stands in front of the next conversion, which is short as a rule and is copied as it is read. @return Where that
-/// conversion is, or the end.
+/// Appends what stands in front of the next conversion, which is short as a rule and is copied as it is read.
+/// @return Where that conversion is, or the end.
 const char *append_literal(line_text &line, const char *text) {
   constexpr int step = 64;
   for (;;) {

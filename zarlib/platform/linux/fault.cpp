@@ -97,8 +97,8 @@ struct sigaction install(int signal, void (*handler)(int, siginfo_t *, void *)) 
 }
 
 /// An exception that nobody catches: its thrower's frames are still on the stack, below this function. The signal of the coming
-/// death is raised early, once, so that its handler finds the registers in the form that the report knows. A handler that the program
-/// has for that death gets it afterwards.
+/// death is raised early, once, so that its handler finds the registers in the form that the report knows. A handler that
+/// the program has for that death gets it afterwards.
 [[noreturn]] void on_terminate() {
   if (std::current_exception()) {
     const struct sigaction found = install(SIGABRT, on_uncaught_exception);

@@ -18,7 +18,8 @@ public:
     m_text[count > 0 ? count : 0] = 0;
   }
 
-  /// @param line  "\nName:", as every line but the first begins. @return What follows it; null where there is no such line or no file.
+  /// @param line  "\nName:", as every line but the first begins.
+  /// @return What follows it; null where there is no such line or no file.
   const char *value_of(const char *line) const {
     const char *const found = std::strstr(m_text, line);
     return found ? found + std::strlen(line) : nullptr;
