@@ -18,7 +18,8 @@
 /// Windows: an unhandled-exception filter that ends by passing the exception on. Linux: handlers for SIGSEGV, SIGBUS, SIGFPE,
 /// SIGILL, SIGTRAP and SIGSYS, and a terminate handler for uncaught C++ exceptions; the process then dies of the same signal
 /// (SIGABRT for an exception), with a core dump where those are enabled. The hooks found there are replaced, except for a
-/// terminate handler, which is called after the report. abort() leaves no report on either system.
+/// terminate handler, which is called after the report; a handler of SIGABRT hears of the death that follows. abort() leaves no
+/// report on either system.
 ///
 /// The overflow of a stack is reported on threads that called this function or traced; the others have no second stack for
 /// the report, and die without one.
