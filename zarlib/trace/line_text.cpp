@@ -18,9 +18,9 @@ constexpr int most_digits = 20;
 
 constexpr auto digit_pairs = [] {
   std::array<char, 200> text{};
-  for (int i = 0; i < 100; ++i) {
-    text[static_cast<size_t>(2 * i)] = static_cast<char>('0' + i / 10);
-    text[static_cast<size_t>(2 * i + 1)] = static_cast<char>('0' + i % 10);
+  for (size_t i = 0; i < 100; ++i) {
+    text[2 * i] = static_cast<char>('0' + i / 10);
+    text[2 * i + 1] = static_cast<char>('0' + i % 10);
   }
   return text;
 }();
