@@ -8,6 +8,8 @@
 #include "zarlib/trace/trace.h"
 
 #include <algorithm>
+#include <optional>
+
 
 namespace platform = zar::platform;
 
@@ -65,6 +67,7 @@ bool chSocketTCP::CreateSocket(const std::string &host, int port) { return Creat
 bool chSocketTCP::ConnectTo(const chSocketAddr &peer, int timeoutMs) {
   m_Buffer->clear();
   m_bConnected = sockAsyncConnect(m_fd, &peer.toSocketAddr(), timeoutMs);
+  if (m_bConnected) platform::fit_to_peer(m_fd, peer.toSocketAddr());
   return m_bConnected;
 }
 
@@ -121,22 +124,33 @@ bool chSocketTCP::send_all(unsent first, unsent second) {
   return left == 0;
 }
 
-/// Receives up to `size` bytes into the buffer. @return Their count; 0 after the time; -1, and the connection is lost, else.
-int chSocketTCP::receive_within(int size, int timeoutMs) {
-  unsigned char *room = m_Buffer->room(static_cast<size_t>(size));
-  // Where bytes wait there is no need to ask first.
-  int count = size > 0 ? platform::receive_at_once(m_fd, room, size) : platform::would_wait;
-  if (count == platform::would_wait) {
-    const int ready = socketSelect(timeoutMs);
-    if (ready == 0) return 0;
-    count = ready > 0 ? sockRecv(m_fd, room, size, 0) : -1;
-  }
+/// Takes up to `size` bytes into the buffer if they are there. @return As receive_within().
+int chSocketTCP::receive_now(int size) {
+  const int count = platform::receive_at_once(m_fd, m_Buffer->room(static_cast<size_t>(size)), size);
+  return count == platform::would_wait ? 0 : keep(count);
+}
+
+/// Waits for bytes before it takes them. @return As receive_within().
+int chSocketTCP::receive_later(int size, int timeoutMs) {
+  const int ready = socketSelect(timeoutMs);
+  if (ready <= 0) return ready == 0 ? 0 : keep(-1);
+  return keep(sockRecv(m_fd, m_Buffer->room(static_cast<size_t>(size)), size, 0));
+}
+
+/// What a read of the buffer's room has brought: a count of bytes, or the end of the connection.
+int chSocketTCP::keep(int count) {
   if (count > 0) {
     m_Buffer->added(static_cast<size_t>(count));
     return count;
   }
   lose_connection();
   return -1;
+}
+
+/// Receives up to `size` bytes into the buffer. @return Their count; 0 after the time; -1, and the connection is lost, else.
+int chSocketTCP::receive_within(int size, int timeoutMs) {
+  const int count = size > 0 ? receive_now(size) : 0;
+  return count != 0 ? count : receive_later(size, timeoutMs);
 }
 
 int chSocketTCP::selectAndReceive(int maxBytes, int timeoutMs) {
@@ -168,9 +182,13 @@ bool chSocketTCP::waitForBufferBytes(int count, int timeoutMs) {
   long long missing = static_cast<long long>(count) - static_cast<long long>(m_Buffer->size());
   if (missing < 1) return true;
   if (!m_bConnected || timeoutMs < 1) return false;
-  const chTimeout deadline(timeoutMs);
-  for (int left = timeoutMs; left > 0; left = deadline.GetLeftMillisecond()) {
-    const int received = receive_within(static_cast<int>(std::min(missing, largest_read)), left);
+  std::optional<chTimeout> deadline; // where the bytes are there, no clock is read
+  for (int left = timeoutMs; left > 0; left = deadline->GetLeftMillisecond()) {
+    const int size = static_cast<int>(std::min(missing, largest_read));
+    int received = receive_now(size);
+    if (received == missing) return true;
+    if (!deadline) deadline.emplace(timeoutMs);
+    if (received == 0) received = receive_later(size, left);
     if (received < 1) return false;
     missing -= received;
     if (missing == 0) return true;
@@ -217,6 +235,7 @@ bool chSocketTCPServer::AcceptOnSocket(chSocketTCP &client, chSocketAddr *peer, 
   int length = peer->family() == AF_INET6 ? ipv6_length : ipv4_length;
   client.m_fd = sockAccept(m_fd, const_cast<sockaddr *>(&peer->toSocketAddr()), &length);
   if (!client.isValidSocket() || !sockSetBlocking(client.m_fd, false)) return false;
+  platform::fit_to_peer(client.m_fd, peer->toSocketAddr());
   client.m_bConnected = true;
   return true;
 }

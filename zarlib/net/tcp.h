@@ -120,7 +120,10 @@ private:
   struct unsent;
 
   ZAR_LOCAL bool send_all(unsent first, unsent second);
+  ZAR_LOCAL int receive_now(int size);
+  ZAR_LOCAL int receive_later(int size, int timeoutMs);
   ZAR_LOCAL int receive_within(int size, int timeoutMs);
+  ZAR_LOCAL int keep(int count);
   ZAR_LOCAL void lose_connection();
 
   bool m_bConnected = false;

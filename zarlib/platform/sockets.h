@@ -25,6 +25,10 @@ int get_local_address(unsigned socket, sockaddr *address, int *length);
 
 /// Lets a port be bound again while connections of its last owner fade.
 void reuse_address(unsigned socket);
+
+/// Chooses the lengths of a connected stream's queues by how far the peer is; leaves them to the system where it knows best.
+void fit_to_peer(unsigned socket, const sockaddr &peer);
+
 int set_blocking(unsigned socket, bool blocking);
 
 /// @return How many bytes wait to be received.

@@ -6,6 +6,7 @@
 #include <arpa/inet.h>
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <ifaddrs.h>
 #include <memory>
 #include <net/if.h>
@@ -52,6 +53,10 @@ void send_small_packets_at_once(int descriptor) {
   const int on = 1;
   setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
+
+/// How many bytes may wait for a peer on this machine. There is no distance to fill with them, and so few stay in the processor's cache
+/// until they are read, which more than doubles the rate of large messages.
+constexpr int loopback_queue = 256 * 1024;
 
 using clock = std::chrono::steady_clock;
 
@@ -125,6 +130,13 @@ void reuse_address(unsigned socket) {
   setsockopt(to_descriptor(socket), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
 }
 
+void fit_to_peer(unsigned socket, const sockaddr &peer) {
+  if (peer.sa_family != AF_INET) return;
+  const unsigned host = ntohl(reinterpret_cast<const sockaddr_in &>(peer).sin_addr.s_addr);
+  if (host >> 24 == IN_LOOPBACKNET)
+    setsockopt(to_descriptor(socket), SOL_SOCKET, SO_SNDBUF, &loopback_queue, sizeof loopback_queue);
+}
+
 int set_blocking(unsigned socket, bool blocking) {
   int non_blocking = blocking ? 0 : 1;
   return ioctl(to_descriptor(socket), FIONBIO, &non_blocking);
@@ -164,6 +176,13 @@ int send_to(unsigned socket, const void *data, int size, int flags, const sockad
 
 int send_pieces(unsigned socket, const void *first, int first_size, const void *second, int second_size) {
   if (first_size < 0 || second_size < 0) return refuse(EINVAL);
+  // A short copy costs less than the system's list of pieces.
+  if (unsigned char joined[512];
+      first_size + static_cast<long long>(second_size) <= static_cast<long long>(sizeof joined)) {
+    std::memcpy(joined, first, static_cast<size_t>(first_size));
+    std::memcpy(joined + first_size, second, static_cast<size_t>(second_size));
+    return send(socket, joined, first_size + second_size, 0);
+  }
   iovec pieces[] = {{const_cast<void *>(first), static_cast<size_t>(first_size)},
                     {const_cast<void *>(second), static_cast<size_t>(second_size)}};
   msghdr message = {};

@@ -86,6 +86,8 @@ void reuse_address(unsigned socket) {
   setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char *>(&on), sizeof on);
 }
 
+void fit_to_peer(unsigned, const sockaddr &) {}
+
 int set_blocking(unsigned socket, bool blocking) {
   u_long non_blocking = blocking ? 0 : 1;
   return ioctlsocket(socket, static_cast<long>(FIONBIO), &non_blocking);

@@ -1,0 +1,169 @@
+// Streams over the loopback beside Boost.Asio's synchronous sockets with the same bytes.
+//
+// Both ends run on one processor, each in a thread of its own: waking an idle second one costs ten times all that is compared here.
+#include "zarlib/net/packet_tcp.h"
+#include "zarlib/net/tcp.h"
+#include "zarlib/trace/tracer_manager.h"
+
+#include <benchmark/benchmark.h>
+#include <boost/asio.hpp>
+
+#include <sched.h>
+#include <thread>
+
+namespace {
+
+using bytes = std::vector<unsigned char>;
+namespace asio = boost::asio;
+
+/// The calling thread, and those that it starts from then on.
+void pin_to_one_processor() {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  if (getenv("NOPIN")) return;
+  CPU_SET(sched_getcpu(), &set);
+  sched_setaffinity(0, sizeof set, &set);
+}
+
+// The ends of a connection: they connect() to each other, send() a message, and receive() one of the size that `message` has, which is
+// false at the end of the stream.
+
+struct ours_stream {
+  static constexpr int longest_wait = 20000;
+
+  static void connect(ours_stream &a, ours_stream &b) {
+    chSocketTCPServer server;
+    chSocketAddr address("127.0.0.1", 0);
+    socklen_t length = sizeof address;
+    server.CreateSocket(AF_INET);
+    server.Bind(address);
+    server.SocketListen(1);
+    getsockname(static_cast<int>(server.fd()), const_cast<sockaddr *>(&address.toSocketAddr()), &length);
+    a.socket.CreateSocket(AF_INET);
+    a.socket.ConnectTo(address, longest_wait);
+    server.AcceptOnSocket(b.socket, &address, longest_wait);
+  }
+  void send(const bytes &message) { socket.Send(message.data(), static_cast<int>(message.size())); }
+  bool receive(bytes &message) {
+    const int size = static_cast<int>(message.size());
+    return socket.waitForBufferBytes(size, longest_wait) && socket.ReceiveStream(message, 0) == size;
+  }
+  void close() { socket.DestroySocket(); }
+
+  chSocketTCP socket;
+};
+
+struct asio_stream {
+  static void connect(asio_stream &a, asio_stream &b) {
+    using asio::ip::tcp;
+    tcp::acceptor server(a.context, tcp::endpoint(asio::ip::address_v4::loopback(), 0));
+    a.socket.connect(server.local_endpoint());
+    server.accept(b.socket);
+    a.socket.set_option(tcp::no_delay(true));
+    b.socket.set_option(tcp::no_delay(true));
+  }
+  void send(const bytes &message) { asio::write(socket, asio::buffer(message)); }
+  bool receive(bytes &message) {
+    boost::system::error_code error;
+    return asio::read(socket, asio::buffer(message), error) == message.size();
+  }
+  void close() { socket.close(); }
+
+  asio::io_context context;
+  asio::ip::tcp::socket socket{context};
+};
+
+struct ours_packets : ours_stream {
+  static void connect(ours_packets &a, ours_packets &b) {
+    chSocketTCPServer server;
+    chSocketAddr address("127.0.0.1", 0);
+    socklen_t length = sizeof address;
+    server.CreateSocket(AF_INET);
+    server.Bind(address);
+    server.SocketListen(1);
+    getsockname(static_cast<int>(server.fd()), const_cast<sockaddr *>(&address.toSocketAddr()), &length);
+    a.socket.CreateSocket(AF_INET);
+    a.socket.ConnectTo(address, longest_wait);
+    server.AcceptOnSocket(b.socket, &address, longest_wait);
+  }
+  void send(const bytes &message) { socket.SendOnePacket(message.data(), static_cast<int>(message.size())); }
+  bool receive(bytes &message) { return socket.ReceiveOnePacket(message, longest_wait); }
+  void close() { socket.DestroySocket(); }
+  chSocketPacketTCP socket;
+};
+
+struct asio_frames : asio_stream {
+  void send(const bytes &message) {
+    const std::uint32_t header = htonl(static_cast<std::uint32_t>(message.size()));
+    asio::write(socket, std::array<asio::const_buffer, 2>{asio::buffer(&header, 4), asio::buffer(message)});
+  }
+  bool receive(bytes &message) {
+    boost::system::error_code error;
+    std::uint32_t header;
+    if (asio::read(socket, asio::buffer(&header, 4), error) != 4) return false;
+    message.resize(ntohl(header));
+    return asio::read(socket, asio::buffer(message), error) == message.size();
+  }
+};
+
+/// A message there and back.
+template <typename End>
+void round_trip(benchmark::State &state) {
+  uCTraceHelper::getInstance().ResetTraceLevel(6);
+  pin_to_one_processor();
+  End a, b;
+  End::connect(a, b);
+  std::thread echo([&] {
+    bytes message(static_cast<size_t>(state.range(0)));
+    while (b.receive(message)) b.send(message);
+  });
+  bytes message(static_cast<size_t>(state.range(0)), 'x');
+  for (auto _ : state) {
+    a.send(message);
+    if (!a.receive(message)) state.SkipWithError("connection lost");
+  }
+  a.close();
+  echo.join();
+}
+
+/// Messages in one direction, as many as `batch` between answers.
+template <typename End>
+void one_way(benchmark::State &state) {
+  uCTraceHelper::getInstance().ResetTraceLevel(6);
+  pin_to_one_processor();
+  End a, b;
+  End::connect(a, b);
+  const auto batch = state.range(1);
+  std::thread sink([&] {
+    bytes message(static_cast<size_t>(state.range(0)));
+    for (long count = 1; b.receive(message); ++count)
+      if (count % batch == 0) b.send(bytes(1));
+  });
+  bytes message(static_cast<size_t>(state.range(0)), 'x'), answer(1);
+  for (auto _ : state) {
+    for (long i = 0; i < batch; ++i) a.send(message);
+    if (!a.receive(answer)) state.SkipWithError("connection lost");
+  }
+  state.SetItemsProcessed(state.iterations() * batch);
+  a.close();
+  sink.join();
+}
+
+constexpr long small = 64, large = 1 << 20;
+
+BENCHMARK(round_trip<ours_stream>)->Name("BM_RoundTrip64/ours")->Arg(small)->UseRealTime();
+BENCHMARK(round_trip<ours_packets>)->Name("BM_FramedRoundTrip64/ours")->Arg(small)->UseRealTime();
+BENCHMARK(round_trip<asio_stream>)->Name("BM_RoundTrip64/asio")->Arg(small)->UseRealTime();
+BENCHMARK(round_trip<asio_frames>)->Name("BM_FramedRoundTrip64/asio")->Arg(small)->UseRealTime();
+BENCHMARK(one_way<ours_stream>)->Name("BM_OneWay64/ours")->Args({small, 1000})->UseRealTime();
+BENCHMARK(one_way<ours_packets>)->Name("BM_FramedOneWay64/ours")->Args({small, 1000})->UseRealTime();
+BENCHMARK(one_way<asio_stream>)->Name("BM_OneWay64/asio")->Args({small, 1000})->UseRealTime();
+BENCHMARK(one_way<asio_frames>)->Name("BM_FramedOneWay64/asio")->Args({small, 1000})->UseRealTime();
+BENCHMARK(one_way<ours_stream>)->Name("BM_OneWay1MB/ours")->Args({large, 16})->UseRealTime();
+BENCHMARK(one_way<ours_packets>)->Name("BM_FramedOneWay1MB/ours")->Args({large, 16})->UseRealTime();
+BENCHMARK(one_way<asio_stream>)->Name("BM_OneWay1MB/asio")->Args({large, 16})->UseRealTime();
+BENCHMARK(one_way<asio_frames>)->Name("BM_FramedOneWay1MB/asio")->Args({large, 16})->UseRealTime();
+
+} // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,117 @@
+#include "zarlib/net/addresses.h"
+
+#include "tests/support/harness/child_process.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+#include <vector>
+
+TEST(Addresses, AcceptsAndRefusesTexts) {
+  const struct {
+    int family;
+    std::vector<const char *> texts;
+  } cases[] = {{AF_INET, {"1.2.3.4", "1. 2.3.4", "+1.2.3.4", "255.255.255.255", "001.002.003.004"}},
+               {AF_INET6, {"1:2:3:4:5:6:7:8", "abcd:EF01:0:0:0:0:0:0", "1:2:3:4:5:6:7:8/128", "1:2:3:4:5:6:7:8/"}},
+               {0, {"", "1.2.3.4 ", "1.2.3.4x", "1.2.3", "256.1.1.1", "001.002.003.0004", "not an address"}},
+               {0, {"1:2:3:4:5:6:7:8/129", "1:2:3:4:5:6:7:8/a", "1:2:3:4:5:6:7:8/99999999999", "1:2:3:4:5:6:7"}},
+               {0, {"1:2:3:4:5:6:7:8:9", "12345:2:3:4:5:6:7:8", "g:2:3:4:5:6:7:8", "1:2:3:4:5:6:7:8:9:a:"}},
+               {0, {"1111:1111:1111:1111:1111:1111:1111:11111"}}};
+  for (const auto &c : cases)
+    for (const char *text : c.texts) {
+      EXPECT_EQ(sockIsValidIPv4(text), c.family == AF_INET) << text;
+      EXPECT_EQ(sockIsValidIPv6(text), c.family == AF_INET6) << text;
+      chInAddr address;
+      EXPECT_TRUE(address.fromString(text) && address.family() == c.family) << text;
+    }
+}
+
+TEST(Addresses, AnEmptyGroupIsTestedForEver) {
+  for (const char *text : {"::1", "1:2:3:4:5:6:7:8:9:", "a::b"}) {
+    harness::child_process child("net_program", {text});
+    EXPECT_EQ(child.read_line(), "asking");
+    EXPECT_TRUE(child.wait(300).timed_out) << text;
+  }
+}
+
+TEST(Addresses, ConvertsIPv6InShortTexts) {
+  for (const char *text : {"::", "::1", "fe80::1:0:0:2", "1:2:3:4:5:6:7:8", "::ffff:1.2.3.4", "1:0:2:3:4:5:6:7"}) {
+    in6_addr address;
+    EXPECT_EQ(sockInet_pton(AF_INET6, text, &address), 28) << text;
+    char written[46];
+    EXPECT_EQ(sockInet_ntop(AF_INET6, &address, written, sizeof written), written);
+    EXPECT_STREQ(written, text);
+    EXPECT_EQ(sockInet_ntop(AF_INET6, &address, written, static_cast<int>(std::strlen(text))), nullptr);
+    EXPECT_EQ(toString(address), std::string(text) + std::string(65 - std::strlen(text), '\0'));
+  }
+  unsigned char kept[16] = {7, 7};
+  for (const char *text : {"", "1:2", "1:2:3:4:5:6:7:8/64", "1.2.3.4", ":::"}) {
+    EXPECT_EQ(sockInet_pton(AF_INET6, text, kept), -1) << text;
+    EXPECT_TRUE(fromString(text, reinterpret_cast<in6_addr &>(kept)));
+  }
+  EXPECT_EQ(sockInet_pton(AF_INET, "1.2.3.4", kept), -1);
+  EXPECT_TRUE(kept[0] == 7 && kept[1] == 7 && kept[2] == 0);
+}
+
+TEST(InAddr, KeepsStaleBytesAndComparesWithoutThem) {
+  chInAddr first("1.2.3.4"), second("5.6.7.8");
+  EXPECT_TRUE(first != second && first == chInAddr(first.toInAddr()));
+  first.fromString("nothing");
+  second.fromString("nothing");
+  EXPECT_FALSE(first.hasData() || first.toInAddr().s_addr == second.toInAddr().s_addr);
+  EXPECT_TRUE(first == second);
+  EXPECT_EQ(first.toString(), "");
+
+  in6_addr long_address;
+  sockInet_pton(AF_INET6, "1:2:3:4:5:6:7:8", &long_address);
+  first = long_address;
+  EXPECT_TRUE(first.isIPv6() && first == chInAddr("1:2:3:4:5:6:7:8") && first != chInAddr("1:2:3:4:5:6:7:9"));
+  first.fromString("1:2:3:4:5:6:7:9/64"); // a prefix passes, but its address is not taken
+  EXPECT_TRUE(first == chInAddr("1:2:3:4:5:6:7:8"));
+}
+
+TEST(SocketAddr, HoldsHostAndPort) {
+  const chSocketAddr ipv4("10.0.0.1", 80), ipv6("1:2:3:4:5:6:7:8", 80);
+  EXPECT_EQ(chSocketAddr().toString(), ":0");
+  EXPECT_EQ(ipv4.toString(), "10.0.0.1:80");
+  EXPECT_EQ(ipv6.toString(), "1:2:3:4:5:6:7:8:80");
+  EXPECT_TRUE(ipv4.toInAddr() == chInAddr("10.0.0.1") && ipv6.toInAddr() == chInAddr("1:2:3:4:5:6:7:8"));
+  EXPECT_TRUE(ipv6 == chSocketAddr("1:2:3:4:5:6:7:8", 80) && ipv6 != ipv4 && ipv4 != chSocketAddr("10.0.0.1", 81));
+
+  const auto *raw = reinterpret_cast<const unsigned char *>(&ipv4.toSocketAddr());
+  EXPECT_TRUE(raw[0] == AF_INET && raw[3] == 80 && raw[4] == 10 && raw[7] == 1);
+  EXPECT_EQ(reinterpret_cast<const unsigned char *>(&ipv6.toSocketAddr())[8 + 15], 8);
+
+  chSocketAddr address;
+  EXPECT_FALSE(address.CreateSocketAddr("1.2.3.4", 0));
+  EXPECT_TRUE(address.family() == AF_INET && address.port() == 0);
+  EXPECT_TRUE(address.CreateSocketAddr("1.2.3.4", 65536 + 7));
+  EXPECT_EQ(address.port(), 7);
+  EXPECT_FALSE(address.CreateSocketAddr("nobody", 7));
+  EXPECT_TRUE(address == chSocketAddr());
+  address = ipv4;
+  address.reset();
+  EXPECT_TRUE(!address.hasData() && address.port() == 0 && address.toSocketAddr().sa_data[1] == 80);
+}
+
+TEST(Addresses, TellsValidLocalAndRemoteOnes) {
+  // The answers of the host for local and remote use, and of the socket address.
+  const std::map<std::string, std::vector<const char *>> cases = {
+      {"1111", {"1.2.3.4", "169.254.0.0", "0:0:0:0:0:0:0:2", "fec0:0:0:0:0:0:0:1"}},
+      {"1010", {"0.0.0.0", "0:0:0:0:0:0:0:0", "0:0:0:0:0:0:0:1", "fe80:0:0:0:0:0:0:1", "febf:0:0:0:0:0:0:1"}},
+      {"0101", {"ff02:0:0:0:0:0:0:1"}},
+      {"0011", {"0.0.254.169"}},
+      {"0000", {"255.255.255.255", "nobody"}}};
+  for (const auto &[answers, texts] : cases)
+    for (const char *text : texts) {
+      const chInAddr host(text);
+      const chSocketAddr whole(host, 1), without_port(host, 0);
+      std::string given;
+      for (const bool valid :
+           {host.isValidLocalAddr(), host.isValidRemoteAddr(), whole.isValidLocalAddr(), whole.isValidRemoteAddr()})
+        given += valid ? '1' : '0';
+      EXPECT_EQ(given, answers) << text;
+      EXPECT_FALSE(without_port.isValidLocalAddr() || without_port.isValidRemoteAddr()) << text;
+    }
+}
