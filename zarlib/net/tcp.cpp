@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <optional>
 
-
 namespace platform = zar::platform;
 
 namespace {
@@ -198,7 +197,7 @@ bool chSocketTCP::waitForBufferBytes(int count, int timeoutMs) {
 
 bool chSocketTCP::peek(void *out, int offset, int size, int timeoutMs) {
   const long long end = static_cast<long long>(offset) + size;
-  if (end > 0x7FFFFFFF || !waitForBufferBytes(static_cast<int>(end), timeoutMs)) return false;
+  if (end > 0x7FFFFFFF || !waitForBufferBytes(static_cast<int>(std::max(end, 0LL)), timeoutMs)) return false;
   if (!out) return true;
   if (offset < 0 || size < 0) return false;
   m_Buffer->copy(static_cast<size_t>(offset), static_cast<size_t>(size), static_cast<unsigned char *>(out));
