@@ -1,7 +1,6 @@
 // Streams over the loopback beside Boost.Asio's synchronous sockets with the same bytes.
 //
 // Both ends run on one processor, each in a thread of its own: waking an idle second one costs ten times all that is compared here.
-#include "zarlib/net/packet_tcp.h"
 #include "zarlib/net/tcp.h"
 #include "zarlib/trace/tracer_manager.h"
 
@@ -20,7 +19,6 @@ namespace asio = boost::asio;
 void pin_to_one_processor() {
   cpu_set_t set;
   CPU_ZERO(&set);
-  if (getenv("NOPIN")) return;
   CPU_SET(sched_getcpu(), &set);
   sched_setaffinity(0, sizeof set, &set);
 }
@@ -73,39 +71,6 @@ struct asio_stream {
   asio::ip::tcp::socket socket{context};
 };
 
-struct ours_packets : ours_stream {
-  static void connect(ours_packets &a, ours_packets &b) {
-    chSocketTCPServer server;
-    chSocketAddr address("127.0.0.1", 0);
-    socklen_t length = sizeof address;
-    server.CreateSocket(AF_INET);
-    server.Bind(address);
-    server.SocketListen(1);
-    getsockname(static_cast<int>(server.fd()), const_cast<sockaddr *>(&address.toSocketAddr()), &length);
-    a.socket.CreateSocket(AF_INET);
-    a.socket.ConnectTo(address, longest_wait);
-    server.AcceptOnSocket(b.socket, &address, longest_wait);
-  }
-  void send(const bytes &message) { socket.SendOnePacket(message.data(), static_cast<int>(message.size())); }
-  bool receive(bytes &message) { return socket.ReceiveOnePacket(message, longest_wait); }
-  void close() { socket.DestroySocket(); }
-  chSocketPacketTCP socket;
-};
-
-struct asio_frames : asio_stream {
-  void send(const bytes &message) {
-    const std::uint32_t header = htonl(static_cast<std::uint32_t>(message.size()));
-    asio::write(socket, std::array<asio::const_buffer, 2>{asio::buffer(&header, 4), asio::buffer(message)});
-  }
-  bool receive(bytes &message) {
-    boost::system::error_code error;
-    std::uint32_t header;
-    if (asio::read(socket, asio::buffer(&header, 4), error) != 4) return false;
-    message.resize(ntohl(header));
-    return asio::read(socket, asio::buffer(message), error) == message.size();
-  }
-};
-
 /// A message there and back.
 template <typename End>
 void round_trip(benchmark::State &state) {
@@ -152,17 +117,11 @@ void one_way(benchmark::State &state) {
 constexpr long small = 64, large = 1 << 20;
 
 BENCHMARK(round_trip<ours_stream>)->Name("BM_RoundTrip64/ours")->Arg(small)->UseRealTime();
-BENCHMARK(round_trip<ours_packets>)->Name("BM_FramedRoundTrip64/ours")->Arg(small)->UseRealTime();
 BENCHMARK(round_trip<asio_stream>)->Name("BM_RoundTrip64/asio")->Arg(small)->UseRealTime();
-BENCHMARK(round_trip<asio_frames>)->Name("BM_FramedRoundTrip64/asio")->Arg(small)->UseRealTime();
 BENCHMARK(one_way<ours_stream>)->Name("BM_OneWay64/ours")->Args({small, 1000})->UseRealTime();
-BENCHMARK(one_way<ours_packets>)->Name("BM_FramedOneWay64/ours")->Args({small, 1000})->UseRealTime();
 BENCHMARK(one_way<asio_stream>)->Name("BM_OneWay64/asio")->Args({small, 1000})->UseRealTime();
-BENCHMARK(one_way<asio_frames>)->Name("BM_FramedOneWay64/asio")->Args({small, 1000})->UseRealTime();
 BENCHMARK(one_way<ours_stream>)->Name("BM_OneWay1MB/ours")->Args({large, 16})->UseRealTime();
-BENCHMARK(one_way<ours_packets>)->Name("BM_FramedOneWay1MB/ours")->Args({large, 16})->UseRealTime();
 BENCHMARK(one_way<asio_stream>)->Name("BM_OneWay1MB/asio")->Args({large, 16})->UseRealTime();
-BENCHMARK(one_way<asio_frames>)->Name("BM_FramedOneWay1MB/asio")->Args({large, 16})->UseRealTime();
 
 } // namespace
 

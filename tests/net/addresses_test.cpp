@@ -39,11 +39,9 @@ TEST(Addresses, ConvertsIPv6InShortTexts) {
   for (const char *text : {"::", "::1", "fe80::1:0:0:2", "1:2:3:4:5:6:7:8", "::ffff:1.2.3.4", "1:0:2:3:4:5:6:7"}) {
     in6_addr address;
     EXPECT_EQ(sockInet_pton(AF_INET6, text, &address), 28) << text;
-    char written[46];
-    EXPECT_EQ(sockInet_ntop(AF_INET6, &address, written, sizeof written), written);
-    EXPECT_STREQ(written, text);
-    EXPECT_EQ(sockInet_ntop(AF_INET6, &address, written, static_cast<int>(std::strlen(text))), nullptr);
     EXPECT_EQ(toString(address), std::string(text) + std::string(65 - std::strlen(text), '\0'));
+    char short_of_one[46];
+    EXPECT_EQ(sockInet_ntop(AF_INET6, &address, short_of_one, static_cast<int>(std::strlen(text))), nullptr);
   }
   unsigned char kept[16] = {7, 7};
   for (const char *text : {"", "1:2", "1:2:3:4:5:6:7:8/64", "1.2.3.4", ":::"}) {
@@ -55,41 +53,28 @@ TEST(Addresses, ConvertsIPv6InShortTexts) {
 }
 
 TEST(InAddr, KeepsStaleBytesAndComparesWithoutThem) {
-  chInAddr first("1.2.3.4"), second("5.6.7.8");
-  EXPECT_TRUE(first != second && first == chInAddr(first.toInAddr()));
-  first.fromString("nothing");
-  second.fromString("nothing");
-  EXPECT_FALSE(first.hasData() || first.toInAddr().s_addr == second.toInAddr().s_addr);
-  EXPECT_TRUE(first == second);
-  EXPECT_EQ(first.toString(), "");
-
-  in6_addr long_address;
-  sockInet_pton(AF_INET6, "1:2:3:4:5:6:7:8", &long_address);
-  first = long_address;
-  EXPECT_TRUE(first.isIPv6() && first == chInAddr("1:2:3:4:5:6:7:8") && first != chInAddr("1:2:3:4:5:6:7:9"));
-  first.fromString("1:2:3:4:5:6:7:9/64"); // a prefix passes, but its address is not taken
-  EXPECT_TRUE(first == chInAddr("1:2:3:4:5:6:7:8"));
+  chInAddr first("1.2.3.4"), second("5.6.7.8"), third("1:2:3:4:5:6:7:8");
+  EXPECT_TRUE(first != second && first == chInAddr(first.toInAddr()) && third == chInAddr(third.toIn6Addr()));
+  EXPECT_TRUE(first.fromString("nothing") && second.fromString("nothing") && first == second &&
+              first.toString().empty());
+  EXPECT_NE(first.toInAddr().s_addr, second.toInAddr().s_addr);
+  third.fromString("1:2:3:4:5:6:7:9/64"); // a prefix passes, but its address is not taken
+  EXPECT_TRUE(third == chInAddr("1:2:3:4:5:6:7:8") && third != chInAddr("1:2:3:4:5:6:7:9"));
 }
 
 TEST(SocketAddr, HoldsHostAndPort) {
   const chSocketAddr ipv4("10.0.0.1", 80), ipv6("1:2:3:4:5:6:7:8", 80);
-  EXPECT_EQ(chSocketAddr().toString(), ":0");
-  EXPECT_EQ(ipv4.toString(), "10.0.0.1:80");
-  EXPECT_EQ(ipv6.toString(), "1:2:3:4:5:6:7:8:80");
+  EXPECT_EQ(chSocketAddr().toString() + ipv4.toString() + ipv6.toString(), ":010.0.0.1:801:2:3:4:5:6:7:8:80");
   EXPECT_TRUE(ipv4.toInAddr() == chInAddr("10.0.0.1") && ipv6.toInAddr() == chInAddr("1:2:3:4:5:6:7:8"));
   EXPECT_TRUE(ipv6 == chSocketAddr("1:2:3:4:5:6:7:8", 80) && ipv6 != ipv4 && ipv4 != chSocketAddr("10.0.0.1", 81));
-
   const auto *raw = reinterpret_cast<const unsigned char *>(&ipv4.toSocketAddr());
   EXPECT_TRUE(raw[0] == AF_INET && raw[3] == 80 && raw[4] == 10 && raw[7] == 1);
   EXPECT_EQ(reinterpret_cast<const unsigned char *>(&ipv6.toSocketAddr())[8 + 15], 8);
 
   chSocketAddr address;
-  EXPECT_FALSE(address.CreateSocketAddr("1.2.3.4", 0));
-  EXPECT_TRUE(address.family() == AF_INET && address.port() == 0);
-  EXPECT_TRUE(address.CreateSocketAddr("1.2.3.4", 65536 + 7));
-  EXPECT_EQ(address.port(), 7);
-  EXPECT_FALSE(address.CreateSocketAddr("nobody", 7));
-  EXPECT_TRUE(address == chSocketAddr());
+  EXPECT_TRUE(!address.CreateSocketAddr("1.2.3.4", 0) && address.family() == AF_INET && address.port() == 0);
+  EXPECT_TRUE(address.CreateSocketAddr("1.2.3.4", 65536 + 7) && address.port() == 7);
+  EXPECT_TRUE(!address.CreateSocketAddr("nobody", 7) && address == chSocketAddr());
   address = ipv4;
   address.reset();
   EXPECT_TRUE(!address.hasData() && address.port() == 0 && address.toSocketAddr().sa_data[1] == 80);
