@@ -1,5 +1,5 @@
-"""The other end of a packet connection, on its own: packet_peer.py PORT. Answers each packet by its bytes in reverse order, sent one
-by one, and then an empty packet."""
+"""A chat's client in another language: packet_peer.py PORT. Skips the welcome, and answers each packet by its bytes in reverse order, sent
+one by one."""
 import socket
 import struct
 import sys
@@ -7,10 +7,8 @@ import sys
 peer = socket.create_connection(("127.0.0.1", int(sys.argv[1])))
 peer.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
 stream = peer.makefile("rb")
+print(stream.read(struct.unpack(">I", stream.read(4))[0]).decode(), flush=True)
 while header := stream.read(4):
     (length,) = struct.unpack(">I", header)
-    answer = stream.read(length)[::-1]
-    frame = struct.pack(">I", len(answer)) + answer
-    for i in range(min(16, len(frame))):
-        peer.sendall(frame[i : i + 1])
-    peer.sendall(frame[16:] + struct.pack(">I", 0))
+    for byte in struct.pack(">I", length) + stream.read(length)[::-1]:
+        peer.sendall(bytes([byte]))
