@@ -4,8 +4,6 @@
 
 using bytes = std::vector<unsigned char>;
 
-namespace {
-
 /// A datagram socket on a port of the loopback that the system picks.
 struct receiver : chSocketUDP {
   receiver() {
@@ -14,8 +12,6 @@ struct receiver : chSocketUDP {
   }
   chSocketAddr address;
 };
-
-} // namespace
 
 TEST(SocketUDP, ReceivesWholeDatagramsAndTheirSender) {
   receiver one, two;
