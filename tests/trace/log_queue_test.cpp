@@ -74,8 +74,7 @@ TEST(LogQueue, LosesAndDoublesNothingBetweenManyThreads) {
     });
   for (const int wait : {0, 1}) // the third of the consumers takes records one by one
     threads.emplace_back([&, wait] {
-      for (std::list<TraceNode *> nodes; taken < all;) {
-        qxGetLog(nodes, wait);
+      for (std::list<TraceNode *> nodes; qxGetLog(nodes, wait) > 0 || taken < all;) {
         for (const TraceNode *node : nodes) put_down(*node);
       }
     });
@@ -91,8 +90,9 @@ TEST(LogQueue, WakesAConsumerThatWaits) {
   std::atomic<int> seen{0};
   constexpr int rounds = 2000;
   std::thread consumer([&] { // which would wait for days
-    for (std::list<TraceNode *> nodes; seen < rounds;) seen += qxGetLog(nodes, INT_MAX);
-
+    std::list<TraceNode *> nodes;
+    while (seen < rounds) seen += qxGetLog(nodes, INT_MAX);
+    qxGetLog(nodes, 0); // the last batch goes back
   });
   for (int i = 0; i < rounds; ++i) {
     while (seen < i) std::this_thread::yield();
