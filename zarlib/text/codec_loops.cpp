@@ -65,6 +65,11 @@ std::string encoded(const unsigned char *data, size_t size, size_t (*length_of)(
   return text;
 }
 
+/// The widest instructions cost a call more than a short text gains by them.
+vector_level level_for(size_t size, vector_level level) {
+  return size <= short_bytes ? std::min(level, vector_level::ssse3) : level;
+}
+
 /// Reads characters one by one where the blocks stop. Its state is the values of a group that is not whole yet.
 class base16_reader {
 public:
@@ -97,11 +102,11 @@ class base64_reader {
 public:
   static constexpr size_t singles = 1; // the blocks reach up to the end of a line and take the next one from its start
 
-  size_t blocks(vector_level level, const char *in, size_t size, unsigned char *&out) const {
+  size_t blocks(vector_level level, const char *in, size_t size, unsigned char *&out) {
     size_t taken = decode_base64_blocks(level, in, size, out);
     out += taken / 4 * 3;
     for (; size - taken >= 4 && take_four(in + taken, out); taken += 4) out += 3;
-    return taken;
+    return size - taken >= 4 && take_padded(in + taken, out) ? taken + 4 : taken;
   }
   bool is_between_groups() const { return m_count == 0; }
   bool can_start(char c) const { return m_count == 0 && value_of(base64_values, c) != no_value; }
@@ -135,15 +140,26 @@ private:
     return true;
   }
 
+  /// The group that ends a usual text, with its padding. @return As take_four().
+  bool take_padded(const char *in, unsigned char *&out) {
+    const unsigned first = value_of(base64_values, in[0]), second = value_of(base64_values, in[1]);
+    const unsigned third = in[2] == '=' ? 0 : value_of(base64_values, in[2]);
+    if (in[3] != '=' || (first | second | third) >= 64) return false;
+    *out++ = low_byte(first << 2 | second >> 4);
+    if (in[2] != '=') *out++ = low_byte(second << 4 | third >> 2);
+    m_ended = true;
+    return true;
+  }
+
   unsigned m_bits = 0; ///< the lowest 6 for each character of the group
   int m_count = 0;
   bool m_ended = false;
 };
 
-/// Reads one piece. @return The end of the bytes in `out`.
+/// Reads one piece. @return The end of the bytes in `out`. Out of line: most short texts end with their blocks.
 template <class Reader>
-[[gnu::always_inline]] inline unsigned char *read_piece(Reader &state, vector_level level, std::string_view text,
-                                                        unsigned char *out) {
+[[gnu::noinline]] unsigned char *read_piece(Reader &state, vector_level level, std::string_view text,
+                                            unsigned char *out) {
   Reader reader = state; // a copy that no byte written can overlap stays in registers
   for (size_t i = 0; i < text.size() && !reader.has_ended();) {
     if (reader.is_between_groups()) i += reader.blocks(level, text.data() + i, text.size() - i, out);
@@ -175,8 +191,10 @@ template <class Reader>
 std::vector<unsigned char> decoded(vector_level level, std::string_view text, size_t at_most) {
   if (text.size() > short_bytes) return decoded_by_pieces<Reader>(level, text, at_most);
   std::vector<unsigned char> bytes(at_most + block_slack);
+  unsigned char *end = bytes.data();
   Reader reader;
-  unsigned char *end = read_piece(reader, level, text, bytes.data());
+  text.remove_prefix(reader.blocks(level, text.data(), text.size(), end));
+  if (!text.empty()) end = read_piece(reader, level, text, end);
   reader.finish(end);
   bytes.resize(static_cast<size_t>(end - bytes.data()));
   return bytes;
@@ -213,22 +231,24 @@ constinit const character_values hexadecimal_values = values_of_base16();
 
 std::string to_base16(vector_level level, const unsigned char *data, size_t size) {
   const auto length = [](size_t count) { return 2 * count; };
+  level = level_for(size, level);
   return encoded(data, size, length,
                  [level](const unsigned char *in, size_t count, char *out) { base16_piece(level, in, count, out); });
 }
 
 std::string to_base64(vector_level level, const unsigned char *data, size_t size) {
   const auto length = [](size_t count) { return (count + 2) / 3 * 4; };
+  level = level_for(size, level);
   return encoded(data, size, length,
                  [level](const unsigned char *in, size_t count, char *out) { base64_piece(level, in, count, out); });
 }
 
 std::vector<unsigned char> from_base16(vector_level level, std::string_view text) {
-  return decoded<base16_reader>(level, text, text.size() / 2 + 1);
+  return decoded<base16_reader>(level_for(text.size(), level), text, text.size() / 2 + 1);
 }
 
 std::vector<unsigned char> from_base64(vector_level level, std::string_view text) {
-  return decoded<base64_reader>(level, text, text.size() / 4 * 3 + 2);
+  return decoded<base64_reader>(level_for(text.size(), level), text, text.size() / 4 * 3 + 2);
 }
 
 void fetch_base16(vector_level level, std::string_view text, unsigned char *out) {
