@@ -190,14 +190,13 @@ template <class Reader>
 template <class Reader>
 std::vector<unsigned char> decoded(vector_level level, std::string_view text, size_t at_most) {
   if (text.size() > short_bytes) return decoded_by_pieces<Reader>(level, text, at_most);
-  std::vector<unsigned char> bytes(at_most + block_slack);
-  unsigned char *end = bytes.data();
+  unsigned char piece[short_bytes + block_slack];
+  unsigned char *end = piece;
   Reader reader;
   text.remove_prefix(reader.blocks(level, text.data(), text.size(), end));
   if (!text.empty()) end = read_piece(reader, level, text, end);
   reader.finish(end);
-  bytes.resize(static_cast<size_t>(end - bytes.data()));
-  return bytes;
+  return {piece, end};
 }
 
 [[gnu::always_inline]] inline void base16_piece(vector_level level, const unsigned char *in, size_t size, char *out) {
