@@ -7,6 +7,16 @@
 #ifdef __linux__
 #include <csignal>
 #include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+static int disk_error = 0, times_forced = 0;
+
+// The library's calls come here too.
+extern "C" int fsync(int file) {
+  ++times_forced;
+  return disk_error ? (errno = disk_error, -1) : static_cast<int>(syscall(SYS_fsync, file));
+}
 #endif
 
 static const std::string odd_bytes("\0\r\n\x1a\xff\r\r\n", 8);
@@ -34,7 +44,7 @@ TEST(FileStdio, NoRecordIsTornBetweenTwoWrites) {
   std::string sent;
   for (const size_t length : {10, 65535, 1, 65534, 3, 65536, 90000, 100}) {
     const std::string line(length, static_cast<char>('a' + length % 26));
-    EXPECT_TRUE(file.WriteRecord({line, "\r\n"}));
+    EXPECT_TRUE(length % 2 ? file.WriteRecord({line, "\r\n"}) : file.WriteString(line + "\r\n"));
     sent += line + "\r\n";
     const std::string arrived = harness::read_file(folder / "f");
     EXPECT_TRUE(sent.size() - arrived.size() < 65536 && (arrived.empty() || arrived.back() == '\n')) << length;
@@ -56,6 +66,18 @@ TEST(FileStdio, AFailedWriteLosesItsOwnBytesOnly) {
     wrote += file.WriteString(record) && file.Flush() ? '1' : '0';
   setrlimit(RLIMIT_FSIZE, &wide);
   EXPECT_EQ(wrote + harness::read_file(folder / "f"), "101" + std::string(60, 'a') + std::string(30, 'c'));
+}
+
+TEST(WholeFile, IsForcedOutOrRefusedAndNeverRemoved) {
+  const harness::temporary_directory folder;
+  for (const int error : {0, EIO, ENOSPC, EROFS}) {
+    const std::string bytes = "bytes " + std::to_string(error);
+    disk_error = error, times_forced = 0;
+    EXPECT_EQ(zarWriteBinFile(folder / "f", bytes.data(), static_cast<int>(bytes.size())),
+              error == 0 || error == EROFS);
+    EXPECT_EQ(harness::read_file(folder / "f") + std::to_string(times_forced), bytes + "1") << "what was written stays";
+  }
+  EXPECT_TRUE(zarWriteBinFile("/dev/null", "x", 1) && !zarWriteBinFile("/dev/full", "x", 1));
 }
 
 #endif
