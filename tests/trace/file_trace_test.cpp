@@ -45,7 +45,9 @@ TEST(FileTrace, CountsWithoutLineEndsAndRotatesBeforeTheNextLine) {
   chFileTrace copy(trace), taker(std::move(trace)); // one file, but each counts for itself
   copy.WriteLogLineRaw("p", std::string("q\0r", 3));
   for (const char *text : {"4", "5"}) taker.WriteLogLine(nullptr, text);
-  EXPECT_EQ(files_in(folder.path())["a-1.log"], "5\r\n");
+  taker.WriteLogLineRaw("raw ", "6");
+  taker.WriteLogLine("7");
+  EXPECT_EQ(files_in(folder.path())["a-1.log"], "5\r\nraw 6\r\n7\r\n");
 }
 
 TEST(FileTrace, ResumesByItselfWhereItCouldNotWrite) {
