@@ -51,3 +51,56 @@ TEST(PathWalker, OpensAtTheFirstReadAndStartsOverAfterClosing) {
   walker.ClosePath();
   EXPECT_TRUE(walker.ReadFileName(name) && name == "later");
 }
+
+#ifdef __linux__
+#include <sys/syscall.h>
+#include <unistd.h>
+
+static int no_rename = 0, no_link = 0, no_copy = 0; // the reasons
+
+template <class... Arguments>
+static int call(int refusal, long number, Arguments... arguments) {
+  return refusal ? (errno = refusal, -1) : static_cast<int>(syscall(number, arguments...));
+}
+
+// The library's calls come here too.
+extern "C" int linkat(int a, const char *b, int c, const char *d, int e) noexcept {
+  return call(no_link, SYS_linkat, a, b, c, d, e);
+}
+extern "C" int renameat2(int a, const char *b, int c, const char *d, unsigned e) noexcept {
+  return call(no_rename, SYS_renameat2, a, b, c, d, e);
+}
+extern "C" ssize_t copy_file_range(int a, off64_t *b, int c, off64_t *d, size_t e, unsigned f) {
+  return call(no_copy, SYS_copy_file_range, a, b, c, d, e, f);
+}
+
+TEST(FileSystem, RenamingNeverReplacesWhereTheFileSystemCannotHelp) {
+  for (const auto &[rename_error, link_error] : {std::pair(EINVAL, 0), {ENOSYS, EPERM}, {EOPNOTSUPP, EOPNOTSUPP}}) {
+    const harness::temporary_directory folder;
+    for (const char *name : {"d/in", "e"}) std::filesystem::create_directories(folder / name);
+    for (const char *name : {"a", "b"}) harness::write_file(folder / name, name);
+    std::filesystem::create_symlink("none", folder / "l");
+    no_rename = rename_error, no_link = link_error;
+    for (const std::string both : {"ab", "aa", "ae", "al", "de", "db", "dd/x", "ano/x", "dno/x", "nn"})
+      EXPECT_FALSE(pathRenameFile(folder / both.substr(0, 1), folder / both.substr(1))) << both << link_error;
+    for (const std::string name : {"a", "d", "l"}) EXPECT_TRUE(pathRenameFile(folder / name, folder / (name + "2")));
+    EXPECT_THAT(harness::list_directory(folder.path()), testing::ElementsAre("a2", "b", "d2", "e", "l2"));
+    EXPECT_EQ(harness::read_file(folder / "a2") + harness::read_file(folder / "b"), "ab");
+    EXPECT_TRUE(pathDirectoryExist(folder / "d2/in") && std::filesystem::is_symlink(folder / "l2"));
+  }
+  no_rename = no_link = 0;
+}
+
+TEST(FileSystem, MovesAllBytesOrLeavesTheFileWhereItWas) {
+  const harness::temporary_directory folder;
+  const std::string bytes(300000, 'm');
+  for (const int refusal : {0, EXDEV}) {
+    harness::write_file(folder / "a", bytes);
+    no_copy = refusal;
+    EXPECT_TRUE(!pathRenameFileEx(folder / "a", "/dev/full") && pathFileExist("/dev/full"));
+    EXPECT_TRUE(pathFileExist(folder / "a") && pathRenameFileEx(folder / "a", folder / "b"));
+    EXPECT_EQ(harness::read_file(folder / "b"), bytes);
+  }
+}
+
+#endif
