@@ -5,32 +5,19 @@
 #include <thread>
 
 TEST(Tick, NormalisesWithTheSettledFormForExactNegativeMultiples) {
-  const struct {
-    chTick tick;
-    int seconds, microseconds;
-  } cases[] = {{chTick(), 0, 0},
-               {chTick(1, 2500000), 3, 500000},
-               {chTick(5, -1), 4, 999999},
-               {chTick(5, -1000000), 3, 1000000},
-               {chTick(0, 0) - chTick(0, 1), -1, 999999},
-               {chTick(1, 999999) + chTick(1, 1), 3, 0},
-               {chTick(2, 0) += chTick(-3, 5), -1, 5}};
-  for (const auto &c : cases) {
-    EXPECT_EQ(c.tick.seconds, c.seconds);
-    EXPECT_EQ(c.tick.microseconds, c.microseconds);
-  }
+  const auto is = [](const chTick &tick, int s, int u) { return tick.seconds == s && tick.microseconds == u; };
+  EXPECT_TRUE(is(chTick(), 0, 0) && is(chTick(1, 2500000), 3, 500000) && is(chTick(5, -1), 4, 999999));
+  EXPECT_TRUE(is(chTick(5, -1000000), 3, 1000000) && is(chTick(2, 0) += chTick(-3, 5), -1, 5));
+  EXPECT_TRUE(is(chTick(0, 0) - chTick(0, 1), -1, 999999) && is(chTick(1, 999999) + chTick(1, 1), 3, 0));
   EXPECT_TRUE(chTick(1, 5) < chTick(2, 0) && chTick(-1, 9) < chTick(-1, 10) && chTick(3, 1) > chTick(3, 0));
   EXPECT_FALSE(chTick(1, 1) < chTick(1, 1) || chTick(1, 1) > chTick(1, 1));
 }
 
 TEST(Timer, CountsForwardTheSameInBothForms) {
-  const unsigned long long before = zarGetTickCount();
+  const long long before = zarGetTickCount();
   const chTick tick = chTimer::GetTickFromBoot();
-  const unsigned long long after = zarGetTickCount();
-  const auto between =
-      static_cast<unsigned long long>(tick.seconds) * 1000 + static_cast<unsigned>(tick.microseconds) / 1000;
-  EXPECT_LE(before, between);
-  EXPECT_LE(between, after);
+  const long long after = zarGetTickCount(), between = tick.seconds * 1000LL + tick.microseconds / 1000;
+  EXPECT_TRUE(before <= between && between <= after);
 }
 
 TEST(TickTimer, ResetLosesNoTimeBetweenTwoFigures) {
@@ -44,16 +31,12 @@ TEST(TickTimer, ResetLosesNoTimeBetweenTwoFigures) {
 }
 
 TEST(Timeout, KnowsNoneThePastAndTheWrap) {
-  EXPECT_EQ(chTimeout(-1).IsTimeout(), 0);
-  EXPECT_EQ(chTimeout(-1).GetLeftMillisecond(), -1);
-  for (const int past : {0, -5, 2147484}) {
-    EXPECT_EQ(chTimeout(past).IsTimeout(), 1) << past;
-    EXPECT_EQ(chTimeout(past).GetLeftMillisecond(), 0) << past;
-  }
+  EXPECT_TRUE(chTimeout(-1).IsTimeout() == 0 && chTimeout(-1).GetLeftMillisecond() == -1);
+  for (const int past : {0, -5, 2147484})
+    EXPECT_TRUE(chTimeout(past).IsTimeout() == 1 && chTimeout(past).GetLeftMillisecond() == 0) << past;
   chTimeout later(100000);
-  EXPECT_EQ(later.IsTimeout(), 0);
-  EXPECT_LE(later.GetLeftMillisecond(), 100000);
-  EXPECT_GT(later.GetLeftMillisecond(), 90000);
+  const int left = later.GetLeftMillisecond();
+  EXPECT_TRUE(later.IsTimeout() == 0 && 90000 < left && left <= 100000) << left;
   later.setTimeout(1);
   while (!later.IsTimeout()) std::this_thread::yield();
   EXPECT_EQ(later.GetLeftMillisecond(), 0);

@@ -12,7 +12,6 @@
 #include <thread>
 
 using testing::ElementsAre;
-using testing::EndsWith;
 
 namespace {
 
@@ -42,12 +41,9 @@ TEST(ScopeTracers, CutNamesOutOfSignatures) {
   const std::array<std::string, 3> cases[] = {{"void __cdecl ns::f(int)", "ns::f", "ns::f(int)"},
                                               {"std::map<int, char> c<int,0>::f(std::vector<int> &, long) const",
                                                "c<int,0>::f", "c<int,0>::f(std::vector<int> &, long)"},
-                                              {"void c<unsigned int>::f() [with T = int]", "int>::f", "int>::f()"},
                                               {"int c::operator()(int)", "c::operator", "c::operator()"},
                                               {"auto __cdecl main::<lambda_1>::operator ()(int) const", "", "()"},
-                                              {"void (* g(int))(char)", "", "(* g(int)"},
                                               {"f(int", "f", "f(int"},
-                                              {"(", "", "("},
                                               {"no parenthesis)", "", ""},
                                               {"void " + at_limit + "(int)", at_limit, at_limit},
                                               {"void f(" + arguments + ")", "f", ("f(" + arguments).substr(0, 259)}};
@@ -59,9 +55,6 @@ TEST(ScopeTracers, CutNamesOutOfSignatures) {
     EXPECT_THAT(lines_for(signature.c_str()),
                 ElementsAre("{ " + full, "  { " + bare + "!", "  } " + bare, "} " + full));
   EXPECT_THAT(lines_for(nullptr), ElementsAre("{ ", "  { !", "  } ", "} "));
-  const auto own = lines_for([](int) { return __PRETTY_FUNCTION__; }(1));
-  EXPECT_THAT(own,
-              ElementsAre(EndsWith("::TestBody()"), EndsWith("::TestBody!"), EndsWith("::TestBody"), EndsWith("()")));
 }
 
 TEST(ScopeTracers, IndentByDepthAndCloseWhatWasOpened) {
