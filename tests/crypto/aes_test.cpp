@@ -33,19 +33,13 @@ static bytes run(const zar::aes_path &path, bool encipher, const bytes &key, con
 }
 
 TEST(Aes, PublishedVectorsHoldOnEveryPath) {
-  // FIPS 197, appendix C, and two blocks each of NIST SP 800-38A, F.1.
+  // FIPS 197, appendix C.
   const std::string example = "00112233445566778899aabbccddeeff", count = "000102030405060708090a0b0c0d0e0f";
-  const std::string blocks = "6bc1bee22e409f96e93d7e117393172aae2d8a571e03ac9c9eb76fac45af8e51";
-  const std::string vectors[][3] = {
-      {count, example, "69c4e0d86a7b0430d8cdb78070b4c55a"},
-      {count + "1011121314151617", example, "dda97ca4864cdfe06eaf70a0ec0d7191"},
-      {count + "101112131415161718191a1b1c1d1e1f", example, "8ea2b7ca516745bfeafc49904b496089"},
-      {"2b7e151628aed2a6abf7158809cf4f3c", blocks, "3ad77bb40d7a3660a89ecaf32466ef97f5d3d58503b9699de785895a96fdbaaf"},
-      {"603deb1015ca71be2b73aef0857d77811f352c073b6108d72d9810a30914dff4", blocks,
-       "f3eed1bdb5d2a03c064b5a7e3db181f8591ccb10d410ed26dc5ba74a31362870"},
-  };
-  for (const auto &[k, p, c] : vectors) {
-    const bytes key = zarBase162Bin(k), plain = zarBase162Bin(p), cipher = zarBase162Bin(c);
+  const std::string vectors[][2] = {{count, "69c4e0d86a7b0430d8cdb78070b4c55a"},
+                                    {count + "1011121314151617", "dda97ca4864cdfe06eaf70a0ec0d7191"},
+                                    {count + "101112131415161718191a1b1c1d1e1f", "8ea2b7ca516745bfeafc49904b496089"}};
+  for (const auto &[k, c] : vectors) {
+    const bytes key = zarBase162Bin(k), plain = zarBase162Bin(example), cipher = zarBase162Bin(c);
     for (const zar::aes_path *path : zar::aes_paths())
       EXPECT_TRUE(run(*path, true, key, plain) == cipher && run(*path, false, key, cipher) == plain) << path->name;
     EXPECT_EQ(aesEncrypt(key.data(), length(key)).Encrypt(plain.data(), length(plain), PaddingZeros), cipher);

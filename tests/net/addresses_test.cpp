@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <map>
 #include <vector>
 
 TEST(Addresses, AcceptsAndRefusesTexts) {
@@ -30,8 +29,7 @@ TEST(Addresses, AcceptsAndRefusesTexts) {
 TEST(Addresses, AnEmptyGroupIsTestedForEver) {
   for (const char *text : {"::1", "1:2:3:4:5:6:7:8:9:", "a::b"}) {
     harness::child_process child("net_program", {text});
-    EXPECT_EQ(child.read_line(), "asking");
-    EXPECT_TRUE(child.wait(300).timed_out) << text;
+    EXPECT_TRUE(child.wait(1000).timed_out) << text;
   }
 }
 
@@ -82,21 +80,18 @@ TEST(SocketAddr, HoldsHostAndPort) {
 
 TEST(Addresses, TellsValidLocalAndRemoteOnes) {
   // The answers of the host for local and remote use, and of the socket address.
-  const std::map<std::string, std::vector<const char *>> cases = {
-      {"1111", {"1.2.3.4", "169.254.0.0", "0:0:0:0:0:0:0:2", "fec0:0:0:0:0:0:0:1"}},
-      {"1010", {"0.0.0.0", "0:0:0:0:0:0:0:0", "0:0:0:0:0:0:0:1", "fe80:0:0:0:0:0:0:1", "febf:0:0:0:0:0:0:1"}},
-      {"0101", {"ff02:0:0:0:0:0:0:1"}},
-      {"0011", {"0.0.254.169"}},
-      {"0000", {"255.255.255.255", "nobody"}}};
+  const std::pair<int, std::vector<const char *>> cases[] = {
+      {1111, {"1.2.3.4", "169.254.0.0", "0:0:0:0:0:0:0:2", "fec0:0:0:0:0:0:0:1"}},
+      {1010, {"0.0.0.0", "0:0:0:0:0:0:0:0", "0:0:0:0:0:0:0:1", "fe80:0:0:0:0:0:0:1", "febf:0:0:0:0:0:0:1"}},
+      {101, {"ff02:0:0:0:0:0:0:1"}},
+      {11, {"0.0.254.169"}},
+      {0, {"255.255.255.255", "nobody"}}};
   for (const auto &[answers, texts] : cases)
     for (const char *text : texts) {
       const chInAddr host(text);
       const chSocketAddr whole(host, 1), without_port(host, 0);
-      std::string given;
-      for (const bool valid :
-           {host.isValidLocalAddr(), host.isValidRemoteAddr(), whole.isValidLocalAddr(), whole.isValidRemoteAddr()})
-        given += valid ? '1' : '0';
-      EXPECT_EQ(given, answers) << text;
+      EXPECT_EQ(host.isValidLocalAddr() * 1000 + host.isValidRemoteAddr() * 100, answers / 100 * 100) << text;
+      EXPECT_EQ(whole.isValidLocalAddr() * 10 + whole.isValidRemoteAddr(), answers % 100) << text;
       EXPECT_FALSE(without_port.isValidLocalAddr() || without_port.isValidRemoteAddr()) << text;
     }
 }

@@ -39,21 +39,17 @@ extern "C" int clock_settime(clockid_t, const timespec *time) noexcept {
 }
 #endif
 
-TEST(Calendar, EveryDayOfTheYears1To9999GoesForthAndBack) {
-  int differences = 0;
-  for (int day = day_of({1, 1, 1}); day < day_of({10000, 1, 1}); ++day) {
-    const int week_day = int(weekday(sys_days(days(day - day_1970))).c_encoding());
-    const chTime time(day, 0);
-    differences += date_of(time) != model_date(day) || day_of(date_of(time)) != day || time.GetDayOfWeek() != week_day;
-  }
-  EXPECT_EQ(differences, 0);
-}
-
 TEST(Calendar, FormulasHoldUpToTheirEndsAndNoFarther) {
-  for (long long day = -1789597; day <= INT_MAX; day += 997) ASSERT_EQ(date_of(chTime(int(day), 0)), model_date(day));
+  // Every day of the years 1 to 9999, and some of the others.
+  const int first = day_of({1, 1, 1}), end = day_of({10000, 1, 1});
+  for (long long day = -1789597; day <= INT_MAX; day += first <= day && day < end ? 1 : 997) {
+    const chTime time(static_cast<int>(day), 0);
+    ASSERT_EQ(date_of(time), model_date(day));
+    ASSERT_TRUE(day < -1753072 || day > 535107016 || day_of(date_of(time)) == day) << day;
+    ASSERT_EQ(time.GetDayOfWeek(), weekday(sys_days(days(day - day_1970))).c_encoding());
+  }
   EXPECT_EQ(date_of(chTime(INT_MAX, 0)), model_date(INT_MAX));
   EXPECT_NE(date_of(chTime(-1789598, 0)), model_date(-1789598));
-  for (long long day = -1753072; day <= 535107016; day += 1004) ASSERT_EQ(day_of(model_date(day)), day);
   for (const int day : {-1, 0, 91, 92, 7206091, 7206092, 365242531, 365242532, 535107016})
     EXPECT_TRUE(day_of(model_date(day)) == day && date_of(chTime(day, 0)) == model_date(day)) << day;
   for (const int day : {-1753073, 535107017}) EXPECT_NE(day_of(model_date(day)), day);

@@ -3,9 +3,9 @@
 
 #include <cstring>
 
-namespace {
+driver_state driver;
 
-driver_state state;
+namespace {
 
 /// The layout that such a driver has published.
 struct packet {
@@ -17,25 +17,24 @@ struct packet {
 
 template <typename... Values>
 char record(const std::string &name, Values... values) {
-  state.calls += name;
-  ((state.calls += " " + std::to_string(values)), ...);
-  state.calls += "\n";
+  driver.calls += name;
+  ((driver.calls += " " + std::to_string(values)), ...);
+  driver.calls += "\n";
   return 1;
 }
 
 } // namespace
 
 extern "C" {
-driver_state *recording_driver_state() { return &state; }
-const char *PacketGetVersion() { return state.version; }
-char PacketSetReadTimeout(void *adapter, int time) { return record("SetReadTimeout", adapter == &state, time); }
-char PacketSetBuff(void *adapter, int size) { return record("SetBuff", adapter == &state, size); }
+const char *PacketGetVersion() { return driver.version; }
+char PacketSetReadTimeout(void *adapter, int time) { return record("SetReadTimeout", adapter == &driver, time); }
+char PacketSetBuff(void *adapter, int size) { return record("SetBuff", adapter == &driver, size); }
 void *PacketOpenAdapter(const char *name) {
-  return record("Open " + std::string(name)) && state.opens ? &state : nullptr;
+  return record("Open " + std::string(name)) && driver.opens ? &driver : nullptr;
 }
-void PacketCloseAdapter(void *adapter) { record("Close", adapter == &state); }
+void PacketCloseAdapter(void *adapter) { record("Close", adapter == &driver); }
 char PacketSetHwFilter(void *adapter, unsigned long filter) {
-  return !record("SetHwFilter", adapter == &state, filter);
+  return !record("SetHwFilter", adapter == &driver, filter);
 }
 packet *PacketAllocatePacket() { return record("Allocate") ? new packet() : nullptr; }
 void PacketFreePacket(packet *freed) { record("Free"), delete freed; }
@@ -43,21 +42,21 @@ void PacketInitPacket(packet *one, char *buffer, unsigned length) { one->buffer 
 
 char PacketGetAdapterNames(char *names, unsigned *length) {
   std::memcpy(names, "one\0", 5);
-  return record("GetAdapterNames", *length) && state.lists;
+  return record("GetAdapterNames", *length) && driver.lists;
 }
 
 char PacketRequest(void *adapter, char set, unsigned *query) {
   std::memcpy(query + 2, "SOURCE", 6);
-  return !record("Request", adapter == &state, set, query[0], query[1]);
+  return !record("Request", adapter == &driver, set, query[0], query[1]);
 }
 
 char PacketSendPacket(void *adapter, packet *one, char synchronous) {
-  return record("Send " + std::string(one->buffer, one->length), adapter == &state, synchronous) && state.sends;
+  return record("Send " + std::string(one->buffer, one->length), adapter == &driver, synchronous) && driver.sends;
 }
 
 char PacketReceivePacket(void *adapter, packet *one, char synchronous) {
-  state.read.copy(one->buffer, one->length);
-  one->bytes_received = static_cast<unsigned>(state.counted);
-  return record("Receive", adapter == &state, one->length, synchronous) && state.reads;
+  driver.read.copy(one->buffer, one->length);
+  one->bytes_received = static_cast<unsigned>(driver.counted);
+  return record("Receive", adapter == &driver, one->length, synchronous) && driver.reads;
 }
 }
