@@ -53,8 +53,8 @@ TEST(Addresses, ConvertsIPv6InShortTexts) {
 TEST(InAddr, KeepsStaleBytesAndComparesWithoutThem) {
   chInAddr first("1.2.3.4"), second("5.6.7.8"), third("1:2:3:4:5:6:7:8");
   EXPECT_TRUE(first != second && first == chInAddr(first.toInAddr()) && third == chInAddr(third.toIn6Addr()));
-  EXPECT_TRUE(first.fromString("nothing") && second.fromString("nothing") && first == second &&
-              first.toString().empty());
+  EXPECT_TRUE(first.fromString("nothing") && second.fromString("nothing"));
+  EXPECT_TRUE(first == second && first.toString().empty());
   EXPECT_NE(first.toInAddr().s_addr, second.toInAddr().s_addr);
   third.fromString("1:2:3:4:5:6:7:9/64"); // a prefix passes, but its address is not taken
   EXPECT_TRUE(third == chInAddr("1:2:3:4:5:6:7:8") && third != chInAddr("1:2:3:4:5:6:7:9"));
@@ -73,8 +73,7 @@ TEST(SocketAddr, HoldsHostAndPort) {
   EXPECT_TRUE(!address.CreateSocketAddr("1.2.3.4", 0) && address.family() == AF_INET && address.port() == 0);
   EXPECT_TRUE(address.CreateSocketAddr("1.2.3.4", 65536 + 7) && address.port() == 7);
   EXPECT_TRUE(!address.CreateSocketAddr("nobody", 7) && address == chSocketAddr());
-  address = ipv4;
-  address.reset();
+  (address = ipv4).reset();
   EXPECT_TRUE(!address.hasData() && address.port() == 0 && address.toSocketAddr().sa_data[1] == 80);
 }
 

@@ -74,10 +74,10 @@ TEST(Ethernet, AsksTheDriverOnWindows) {
     std::string read, payload;
     int counted;
     bool reads = true;
-  } reads[] = {{near_record + "data", "data", 38}, {far_record, "", 40},   {near_record + two, two, 70},
-               {near_record, "x", 34, false},      {near_record, "x", 0},  {near_record, "x", INT_MIN},
-               {near_record, "x", 65537},          {near_record, "x", 33}, {near_record, "x", 17},
-               {before + "\xFF\xFF", "x", 65536}};
+  } reads[] = {{near_record + two, two, 70},  {far_record, "", 40},
+               {near_record, "x", 34, false}, {near_record, "x", INT_MIN},
+               {near_record, "x", 65537},     {near_record, "x", 33},
+               {near_record, "x", 17},        {before + "\xFF\xFF", "x", 65536}};
   for (const auto &[read, after, counted, succeeds] : reads) {
     state.calls.clear(), state.read = read, state.counted = counted, state.reads = succeeds;
     const bool result = after != "x";
@@ -130,29 +130,25 @@ static void carry_frames() {
     EXPECT_TRUE(receiver.Receive(nullptr, nullptr, nullptr, payload, 20000) && payload == bytes{i});
   both.join();
 
-  const char *const promiscuous = "ip -d link show right | grep -q 'promiscuity 1'";
-  EXPECT_EQ(std::system(promiscuous), 0);
+  EXPECT_EQ(std::system("ip -d link show right | grep -q 'promiscuity 1'"), 0);
   receiver.DestroySocket();
-  EXPECT_NE(std::system(promiscuous), 0);
+  EXPECT_EQ(std::system("ip -d link show right | grep -q 'promiscuity 0'"), 0);
   EXPECT_FALSE(receiver.Send(left.data(), 1, all.data(), 1) ||
                receiver.Receive(nullptr, nullptr, nullptr, payload, 9999));
 }
 
 TEST(Ethernet, CarriesFramesFromInterfaceToInterface) {
   if (!chDynamicModule("libpcap.so.0.8").GetMethod("pcap_create")) GTEST_SKIP() << "libpcap is not installed";
-  const char *skipped = nullptr;
-  std::thread([&skipped] { // whose network is two interfaces, each the other's wire
-    if (unshare(CLONE_NEWNET) != 0)
-      skipped = "no right to make a network";
-    else if (std::system(
-                 "ip link add left address 02:00:00:00:00:0a type veth peer name right address 02:00:00:00:00:0b &&"
-                 "for i in left right; do ip link set $i addrgenmode none && ip link set $i up || exit 1; done") != 0)
-      skipped = "ip could not make a pair of interfaces";
-    else
-      carry_frames();
-  })
-      .join();
-  if (skipped) GTEST_SKIP() << skipped;
+  bool skipped = false;
+  std::thread wired([&skipped] { // whose network is two interfaces, each the other's wire
+    const char *const wire = "ip link add left address 02:00:00:00:00:0a type veth peer name right address "
+                             "02:00:00:00:00:0b && for i in left right; do ip link set $i addrgenmode none && "
+                             "ip link set $i up || exit 1; done";
+    skipped = unshare(CLONE_NEWNET) != 0 || std::system(wire) != 0;
+    if (!skipped) carry_frames();
+  });
+  wired.join();
+  if (skipped) GTEST_SKIP() << "no right to make a network, or no ip to make a pair of interfaces";
 }
 
 #endif

@@ -72,7 +72,7 @@ TEST(XmlFile, SurvivesAKillAtAnyMoment) {
   const temporary_directory folder;
   std::mt19937 random(std::random_device{}());
   int done = 0, inside_a_save = 0;
-  for (int i = 0; i < 320 && inside_a_save < 40; ++i) {
+  for (int i = 0; i < 320 && inside_a_save < 100; ++i) {
     harness::child_process writer("settings_writer", {folder / "f"});
     std::string line = writer.read_line();
     std::this_thread::sleep_for(std::chrono::microseconds(random() % 12000));
