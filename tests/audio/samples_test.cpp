@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <set>
 
 namespace {
 
@@ -40,11 +41,20 @@ TYPED_TEST_SUITE(SampleBuffer, buffers);
 
 } // namespace
 
-TEST(Samples, AreThoseOfG711WhereNegativeOnesHaveTheCodeOfTheSampleBelow) {
+TEST(Samples, DifferFromG711InTheSettledSamplesOnly) {
+  std::set<int> a_law = {-32768}, mu_law = {-32768}; // and every edge of a step
+  for (int step = 1; step < 128; ++step) {
+    const int segment = step >> 4, edge = 16 + (step & 15);
+    a_law.insert(segment ? -(edge << (segment + 3)) : -(step << 4));
+    mu_law.insert(132 - (edge << (segment + 3)));
+  }
   for (int sample = -32768; sample < 32768; ++sample) {
-    const int below = sample - (sample < 0); // there is none below the last
-    ASSERT_EQ(code_of<aLawSample>(value_of(sample)), sample == -32768 ? 0x55 : reference_a_law(below)) << sample;
-    ASSERT_EQ(code_of<uLawSample>(value_of(sample)), sample == -32768 ? 0x7F : reference_mu_law(below)) << sample;
+    const int a = code_of<aLawSample>(value_of(sample)), mu = code_of<uLawSample>(value_of(sample));
+    ASSERT_TRUE((a != reference_a_law(sample)) == a_law.count(sample)) << sample;
+    ASSERT_TRUE((mu != reference_mu_law(sample)) == mu_law.count(sample)) << sample;
+    // A negative sample has the code that G.711 gives to the sample below it; there is none below the last.
+    ASSERT_EQ(a, sample == -32768 ? 0x55 : reference_a_law(sample - (sample < 0))) << sample;
+    ASSERT_EQ(mu, sample == -32768 ? 0x7F : reference_mu_law(sample - (sample < 0))) << sample;
     ASSERT_EQ(code_of<pcm16Sample>(value_of(sample)), sample);
     const volatile double value = sample / 32767.0, product = value * 32767.0; // rounded to a double before the cut
     ASSERT_EQ(code_of<pcm16Sample>(value), static_cast<short>(product));

@@ -1,6 +1,7 @@
 #include "zarlib/trace/scope_tracers.h"
 
 #include "tests/support/harness/files.h"
+#include "zarlib/frame/process_identity.h"
 #include "zarlib/trace/tracer_manager.h"
 
 #include <gmock/gmock.h>
@@ -11,28 +12,42 @@
 #include <thread>
 
 using testing::ElementsAre;
-using testing::Pair;
+using testing::EndsWith;
 
-/// What the calls write into the line store, without the prefixes.
-static std::vector<std::string> lines_of(const std::function<void(uCTraceHelper &)> &calls) {
+namespace {
+
+/// What the calls write into the line store, by thread and without the prefixes.
+std::map<std::string, std::vector<std::string>> lines_by_thread(const std::function<void(uCTraceHelper &)> &calls) {
   uCTraceHelper &tracer = uCTraceHelper::getInstance();
   tracer.RedirectToShareMemory();
   calls(tracer);
   tracer.ResetTraceLevel(-1);
-  std::vector<std::string> result;
-  for (std::string line; tracer.ReadShareMemoryString(line);)
-    result.push_back(line.substr(line.find(' ', line.find('.', line.find('.') + 1)) + 1));
+  std::map<std::string, std::vector<std::string>> result;
+  for (std::string line; tracer.ReadShareMemoryString(line);) {
+    const size_t thread = line.find(':', line.find('+')) + 1, thread_end = line.find(']');
+    const size_t text = line.find(' ', line.find('.', line.find('.') + 1)) + 1;
+    result[line.substr(thread, thread_end - thread)].push_back(line.substr(text));
+  }
   return result;
 }
+
+std::vector<std::string> lines_of(const std::function<void(uCTraceHelper &)> &calls) {
+  return lines_by_thread(calls)[std::to_string(zarGetCurrentThreadId())];
+}
+
+} // namespace
 
 TEST(ScopeTracers, CutNamesOutOfSignatures) {
   const std::string at_limit(259, 'n'), arguments(300, 'a');
   const std::array<std::string, 3> cases[] = {{"void __cdecl ns::f(int)", "ns::f", "ns::f(int)"},
                                               {"std::map<int, char> c<int,0>::f(std::vector<int> &, long) const",
                                                "c<int,0>::f", "c<int,0>::f(std::vector<int> &, long)"},
+                                              {"void c<unsigned int>::f() [with T = int]", "int>::f", "int>::f()"},
                                               {"int c::operator()(int)", "c::operator", "c::operator()"},
                                               {"auto __cdecl main::<lambda_1>::operator ()(int) const", "", "()"},
+                                              {"void (* g(int))(char)", "", "(* g(int)"},
                                               {"f(int", "f", "f(int"},
+                                              {"(", "", "("},
                                               {"no parenthesis)", "", ""},
                                               {"void " + at_limit + "(int)", at_limit, at_limit},
                                               {"void f(" + arguments + ")", "f", ("f(" + arguments).substr(0, 259)}};
@@ -44,6 +59,9 @@ TEST(ScopeTracers, CutNamesOutOfSignatures) {
     EXPECT_THAT(lines_for(signature.c_str()),
                 ElementsAre("{ " + full, "  { " + bare + "!", "  } " + bare, "} " + full));
   EXPECT_THAT(lines_for(nullptr), ElementsAre("{ ", "  { !", "  } ", "} "));
+  const auto own = lines_for([](int) { return __PRETTY_FUNCTION__; }(1));
+  EXPECT_THAT(own,
+              ElementsAre(EndsWith("::TestBody()"), EndsWith("::TestBody!"), EndsWith("::TestBody"), EndsWith("()")));
 }
 
 TEST(ScopeTracers, IndentByDepthAndCloseWhatWasOpened) {
@@ -61,21 +79,21 @@ TEST(ScopeTracers, IndentByDepthAndCloseWhatWasOpened) {
 }
 
 TEST(ScopeTracers, KeepTheDepthsOfThreadsApart) {
-  constexpr int threads = 6, rounds = 200, all = threads * rounds;
-  const auto lines = lines_of([](auto &) {
+  constexpr int threads = 6, rounds = 200;
+  const auto lines = lines_by_thread([](auto &) {
     std::vector<std::thread> running;
     for (int i = 0; i < threads; ++i)
       running.emplace_back([] {
         for (int round = 0; round < rounds; ++round) {
-          const chTraceStack outer(9, "void outer()", "!"), inner(9, "void inner()", nullptr);
+          const chTraceStack outer(9, "void outer()", "%d", round), inner(9, "void inner()", nullptr);
         }
       });
     for (auto &thread : running) thread.join();
   });
-  std::map<std::string, int> counts;
-  for (const std::string &line : lines) ++counts[line];
-  EXPECT_THAT(counts, ElementsAre(Pair("  { inner()", all), Pair("  } inner()", all), Pair("{ outer!", all),
-                                  Pair("} outer", all)));
+  std::vector<std::string> expected;
+  for (int i = 0; i < rounds; ++i)
+    expected.insert(expected.end(), {"{ outer" + std::to_string(i), "  { inner()", "  } inner()", "} outer"});
+  for (const auto &[thread, written] : lines) EXPECT_EQ(written, expected) << thread;
 }
 
 TEST(ScopeTracers, SimpleOnesGoToTheConsoleWithTheDepthAsAByte) {
