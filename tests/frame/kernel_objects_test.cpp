@@ -163,9 +163,14 @@ TEST(KernelObjectsOnLinux, DeadFilesAreSweptAndStrangersRefused) {
   /// Opens over a file that is held, as if a program of another make, or another user, had it open.
   const auto open_over = [&](const std::string &bytes, mode_t mode = 0600, uid_t owner = geteuid(),
                              int lock = LOCK_SH) {
-    harness::write_file(path, bytes);
-    const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
-    const bool prepared = fchmod(file, mode) == 0 && fchown(file, owner, getegid()) == 0 && flock(file, lock) == 0;
+    int file = -1;
+    bool prepared = false;
+    do { // until no other process has swept the file before it was locked
+      close(file);
+      harness::write_file(path, bytes);
+      file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+      prepared = fchmod(file, mode) == 0 && fchown(file, owner, getegid()) == 0 && flock(file, lock) == 0;
+    } while (access(path.c_str(), F_OK) != 0);
     chMapFile map;
     const bool made = prepared && map.OpenMapFile(own_name("x"), 100) && map.IsCreateByMe();
     map.CloseMapFile();
