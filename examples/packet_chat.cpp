@@ -156,7 +156,7 @@ int join(int port, const std::string &name) {
     if (ready.isSet(handle_of(connection))) connection.selectAndReceive(65535, 0);
     while (connection.ReceiveOnePacket(message, 0)) print(message);
     if (ready.isSet(input.handle())) goes_on = input.take(lines);
-    for (const std::string &line : lines) send_text(connection, name + ": " + line);
+    for (const std::string &line : lines) send_text(connection, std::string(name).append(": ").append(line));
     lines.clear();
     if (!connection.isConnected()) return fail("the server has gone");
   }
