@@ -18,6 +18,10 @@ public:
   /// REQUIRES: the calling thread holds the lock.
   void unlock();
 
+  /// unlock() as the last act on it, while the process ends. On Windows nobody is woken: the system has stopped the other threads,
+  /// one of them perhaps while it held what a wake-up needs.
+  void unlock_for_good();
+
 private:
   alignas(8) unsigned char m_room[40] = {}; // all zero is free, on every target
 };

@@ -105,7 +105,7 @@ uCTraceHelper::~uCTraceHelper() {
   is_open = false;
   delete m_pFileTrace;
   CloseShareObject();
-  outputs.unlock();
+  outputs.unlock_for_good();
 }
 
 int uCTraceHelper::GetOutputLevel() { return word_in_force(&TraceOutputOption::level, GetProcessTraceOption()); }

@@ -16,4 +16,6 @@ bool static_lock::try_lock() { return native(m_room).try_lock(); }
 
 void static_lock::unlock() { native(m_room).unlock(); }
 
+void static_lock::unlock_for_good() { unlock(); }
+
 } // namespace zar::platform

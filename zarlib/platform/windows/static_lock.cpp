@@ -17,4 +17,6 @@ bool static_lock::try_lock() { return TryAcquireSRWLockExclusive(native(m_room))
 
 void static_lock::unlock() { ReleaseSRWLockExclusive(native(m_room)); }
 
+void static_lock::unlock_for_good() { *native(m_room) = SRWLOCK_INIT; }
+
 } // namespace zar::platform
