@@ -1,13 +1,12 @@
 // Streams over the loopback beside Boost.Asio's synchronous sockets with the same bytes.
 //
 // Both ends run on one processor, each in a thread of its own: waking an idle second one costs ten times all that is compared here.
-#include "zarlib/net/tcp.h"
+#include "benchmarks/socket_ends.h"
 #include "zarlib/trace/tracer_manager.h"
 
 #include <benchmark/benchmark.h>
 #include <boost/asio.hpp>
 
-#include <sched.h>
 #include <thread>
 
 namespace {
@@ -15,32 +14,11 @@ namespace {
 using bytes = std::vector<unsigned char>;
 namespace asio = boost::asio;
 
-/// The calling thread, and those that it starts from then on.
-void pin_to_one_processor() {
-  cpu_set_t set;
-  CPU_ZERO(&set);
-  CPU_SET(sched_getcpu(), &set);
-  sched_setaffinity(0, sizeof set, &set);
-}
-
 // The ends of a connection: they connect() to each other, send() a message, and receive() one of the size that `message` has, which is
 // false at the end of the stream.
 
 struct ours_stream {
-  static constexpr int longest_wait = 20000;
-
-  static void connect(ours_stream &a, ours_stream &b) {
-    chSocketTCPServer server;
-    chSocketAddr address("127.0.0.1", 0);
-    socklen_t length = sizeof address;
-    server.CreateSocket(AF_INET);
-    server.Bind(address);
-    server.SocketListen(1);
-    getsockname(static_cast<int>(server.fd()), const_cast<sockaddr *>(&address.toSocketAddr()), &length);
-    a.socket.CreateSocket(AF_INET);
-    a.socket.ConnectTo(address, longest_wait);
-    server.AcceptOnSocket(b.socket, &address, longest_wait);
-  }
+  static void connect(ours_stream &a, ours_stream &b) { connect_ends(a.socket, b.socket); }
   void send(const bytes &message) { socket.Send(message.data(), static_cast<int>(message.size())); }
   bool receive(bytes &message) {
     const int size = static_cast<int>(message.size());

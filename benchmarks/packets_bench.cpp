@@ -1,6 +1,7 @@
 // Packets on streams beside Boost.Asio's synchronous sockets with the same frames, and the socket event beside plain datagrams.
 //
 // Both ends run on one processor, each in a thread of its own: waking an idle second one costs ten times all that is compared here.
+#include "benchmarks/socket_ends.h"
 #include "zarlib/net/packet_tcp.h"
 #include "zarlib/net/socket_event.h"
 #include "zarlib/trace/tracer_manager.h"
@@ -8,7 +9,6 @@
 #include <benchmark/benchmark.h>
 #include <boost/asio.hpp>
 
-#include <sched.h>
 #include <sys/eventfd.h>
 #include <thread>
 
@@ -17,31 +17,10 @@ namespace {
 using bytes = std::vector<unsigned char>;
 namespace asio = boost::asio;
 
-/// The calling thread, and those that it starts from then on.
-void pin_to_one_processor() {
-  cpu_set_t set;
-  CPU_ZERO(&set);
-  CPU_SET(sched_getcpu(), &set);
-  sched_setaffinity(0, sizeof set, &set);
-}
-
 // The ends of a connection: they connect() to each other, send() a packet, and receive() one, which is false at the end of the stream.
 
 struct ours_end {
-  static constexpr int longest_wait = 20000;
-
-  static void connect(ours_end &a, ours_end &b) {
-    chSocketTCPServer server;
-    chSocketAddr address("127.0.0.1", 0);
-    socklen_t length = sizeof address;
-    server.CreateSocket(AF_INET);
-    server.Bind(address);
-    server.SocketListen(1);
-    getsockname(static_cast<int>(server.fd()), const_cast<sockaddr *>(&address.toSocketAddr()), &length);
-    a.socket.CreateSocket(AF_INET);
-    a.socket.ConnectTo(address, longest_wait);
-    server.AcceptOnSocket(b.socket, &address, longest_wait);
-  }
+  static void connect(ours_end &a, ours_end &b) { connect_ends(a.socket, b.socket); }
   bool send(const bytes &payload) { return socket.SendOnePacket(payload.data(), static_cast<int>(payload.size())); }
   bool receive(bytes &payload) { return socket.ReceiveOnePacket(payload, longest_wait); }
   void close() { socket.DestroySocket(); }
@@ -131,7 +110,7 @@ void from_a_full_buffer(benchmark::State &state) {
     std::thread sender([&] {
       for (int i = 0; i < count; ++i) a.send(payload);
     });
-    b.socket.peek(nullptr, 0, count * 20, ours_end::longest_wait);
+    b.socket.peek(nullptr, 0, count * 20, longest_wait);
     sender.join();
     state.ResumeTiming();
     for (int i = 0; i < count; ++i) b.receive(out);

@@ -72,7 +72,7 @@ bool waits_for(const char *name, const elf_module &module, word value, size_t sy
   return module.pages().contains(value) && std::strcmp(module.symbol_name(symbol), name) == 0;
 }
 
-/// A program that takes a function's address may offer a stub of its own as that address to all modules; calls are not
+/// A program that takes a function's address may offer an entry of its own table of calls as that address to all modules; calls are not
 /// bound to it.
 bool is_stand_in(void *address) {
   Dl_info info;

@@ -1,0 +1,31 @@
+// What the benchmarks of sockets share: both ends on one processor, and a connection over the loopback.
+#pragma once
+
+#include "zarlib/net/tcp.h"
+
+#include <sched.h>
+#include <sys/socket.h>
+
+constexpr int longest_wait = 20000; // milliseconds
+
+/// The calling thread, and those that it starts from then on.
+inline void pin_to_one_processor() {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  CPU_SET(sched_getcpu(), &set);
+  sched_setaffinity(0, sizeof set, &set);
+}
+
+/// Connects two sockets to each other.
+inline void connect_ends(chSocketTCP &a, chSocketTCP &b) {
+  chSocketTCPServer server;
+  chSocketAddr address("127.0.0.1", 0);
+  socklen_t length = sizeof address;
+  server.CreateSocket(AF_INET);
+  server.Bind(address);
+  server.SocketListen(1);
+  getsockname(static_cast<int>(server.fd()), const_cast<sockaddr *>(&address.toSocketAddr()), &length);
+  a.CreateSocket(AF_INET);
+  a.ConnectTo(address, longest_wait);
+  server.AcceptOnSocket(b, &address, longest_wait);
+}
