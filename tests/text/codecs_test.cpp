@@ -30,11 +30,13 @@ bytes slow_base64(const std::string &text) { return slow_decode(text.substr(0, t
 /// By all vector instructions that this processor has, and without.
 void expect_read_alike(const std::string &text) {
   const bytes base16 = slow_base16(text), base64 = slow_base64(text);
+  const std::string code = zar::to_base64(zar::vector_level::none, base64.data(), base64.size());
+  ASSERT_EQ(slow_base64(code), base64) << text;
   for (int i = 0; i <= static_cast<int>(zar::best_vector_level); ++i) {
     const auto level = static_cast<zar::vector_level>(i);
     ASSERT_TRUE(zar::from_base16(level, text) == base16 && zar::from_base64(level, text) == base64) << i << " " << text;
     ASSERT_EQ(slow_base16(zar::to_base16(level, base64.data(), base64.size())), base64) << i << " " << text;
-    ASSERT_EQ(slow_base64(zar::to_base64(level, base64.data(), base64.size())), base64) << i << " " << text;
+    ASSERT_EQ(zar::to_base64(level, base64.data(), base64.size()), code) << i << " " << text;
   }
 }
 
@@ -78,7 +80,7 @@ TEST(Codecs, AllLengthsComeBackWithAnythingBetweenTheCharacters) {
     for (auto &byte : data) byte = static_cast<unsigned char>(random());
     const int count = static_cast<int>(size);
     EXPECT_EQ(zarText2Bin(zarBin2Text(data.data(), count)), data);
-    EXPECT_EQ(zarBin2Base64(data.data(), count).size(), (size + 2) / 3 * 4);
+    EXPECT_EQ(zarBin2Base64(data.data(), count).substr((size * 4 + 2) / 3), std::string((3 - size % 3) % 3, '='));
     for (std::string code : {zarBin2Base16(data.data(), count), zarBin2Base64(data.data(), count)})
       for (unsigned gap = 100; gap > 1; gap /= 3) {
         for (size_t i = random() % gap; i < code.size(); i += 1 + random() % gap)

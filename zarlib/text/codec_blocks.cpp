@@ -103,21 +103,39 @@ ZAR_TARGET("ssse3") size_t decode_base16_ssse3(const char *in, size_t size, unsi
   return done;
 }
 
+/// The 16 characters of the first 12 bytes.
+ZAR_TARGET("ssse3") inline __m128i base64_of_twelve(__m128i bytes) {
+  const __m128i spread = _mm_shuffle_epi8(bytes, spread_threes());
+  const __m128i first_and_third =
+      _mm_mulhi_epu16(_mm_and_si128(spread, _mm_set1_epi32(0x0FC0FC00)), _mm_set1_epi32(0x04000040));
+  const __m128i second_and_fourth =
+      _mm_mullo_epi16(_mm_and_si128(spread, _mm_set1_epi32(0x003F03F0)), _mm_set1_epi32(0x01000010));
+  const __m128i values = _mm_or_si128(first_and_third, second_and_fourth);
+  const __m128i is_capital = _mm_cmpgt_epi8(_mm_set1_epi8(26), values);
+  const __m128i range =
+      _mm_or_si128(_mm_subs_epu8(values, _mm_set1_epi8(51)), _mm_and_si128(is_capital, _mm_set1_epi8(13)));
+  return _mm_add_epi8(values, _mm_shuffle_epi8(distance_to_character(), range));
+}
+
+/// The last `count` of the 16 bytes in front of `end`, and zeros behind them.
+ZAR_TARGET("ssse3") inline __m128i last_bytes(const unsigned char *end, size_t count) {
+  alignas(16) static constexpr signed char places[32] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10,
+                                                         11, 12, 13, 14, 15, -1, -1, -1, -1, -1, -1,
+                                                         -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+  return _mm_shuffle_epi8(_mm_loadu_si128(vector_at(end - 16)), _mm_loadu_si128(vector_at(places + 16 - count)));
+}
+
+/// All of it. The last step ends where the text ends, so that it writes some characters again, and none behind them.
+/// REQUIRES: at least 16 bytes.
 ZAR_TARGET("ssse3") size_t encode_base64_ssse3(const unsigned char *in, size_t size, char *out) {
-  size_t done = 0;
-  for (; size - done >= 16; done += 12, out += 16) {
-    const __m128i spread = _mm_shuffle_epi8(_mm_loadu_si128(vector_at(in + done)), spread_threes());
-    const __m128i first_and_third =
-        _mm_mulhi_epu16(_mm_and_si128(spread, _mm_set1_epi32(0x0FC0FC00)), _mm_set1_epi32(0x04000040));
-    const __m128i second_and_fourth =
-        _mm_mullo_epi16(_mm_and_si128(spread, _mm_set1_epi32(0x003F03F0)), _mm_set1_epi32(0x01000010));
-    const __m128i values = _mm_or_si128(first_and_third, second_and_fourth);
-    const __m128i is_capital = _mm_cmpgt_epi8(_mm_set1_epi8(26), values);
-    const __m128i range =
-        _mm_or_si128(_mm_subs_epu8(values, _mm_set1_epi8(51)), _mm_and_si128(is_capital, _mm_set1_epi8(13)));
-    _mm_storeu_si128(vector_at(out), _mm_add_epi8(values, _mm_shuffle_epi8(distance_to_character(), range)));
-  }
-  return done;
+  const unsigned char *const end = in + size;
+  const size_t groups = (size + 2) / 3, missing = 3 * groups - size;
+  char *const last = out + 4 * groups - 16;
+  for (; end - in >= 16; in += 12, out += 16)
+    _mm_storeu_si128(vector_at(out), base64_of_twelve(_mm_loadu_si128(vector_at(in))));
+  if (end - in > 12) _mm_storeu_si128(vector_at(out), base64_of_twelve(last_bytes(end, static_cast<size_t>(end - in))));
+  _mm_storeu_si128(vector_at(last), base64_of_twelve(last_bytes(end, 12 - missing)));
+  return size;
 }
 
 ZAR_TARGET("ssse3") size_t decode_base64_ssse3(const char *in, size_t size, unsigned char *out) {
@@ -185,25 +203,43 @@ ZAR_TARGET("avx2") size_t decode_base16_avx2(const char *in, size_t size, unsign
   return done + decode_base16_ssse3(in + done, size - done, out + done / 2);
 }
 
+/// The 16 characters of the first 12 bytes of each half.
+ZAR_TARGET("avx2") inline __m256i base64_of_twelve(__m256i bytes) {
+  const __m256i spread = _mm256_shuffle_epi8(bytes, twice(spread_threes()));
+  const __m256i first_and_third =
+      _mm256_mulhi_epu16(_mm256_and_si256(spread, _mm256_set1_epi32(0x0FC0FC00)), _mm256_set1_epi32(0x04000040));
+  const __m256i second_and_fourth =
+      _mm256_mullo_epi16(_mm256_and_si256(spread, _mm256_set1_epi32(0x003F03F0)), _mm256_set1_epi32(0x01000010));
+  const __m256i values = _mm256_or_si256(first_and_third, second_and_fourth);
+  const __m256i is_capital = _mm256_cmpgt_epi8(_mm256_set1_epi8(26), values);
+  const __m256i range = _mm256_or_si256(_mm256_subs_epu8(values, _mm256_set1_epi8(51)),
+                                        _mm256_and_si256(is_capital, _mm256_set1_epi8(13)));
+  return _mm256_add_epi8(values, _mm256_shuffle_epi8(twice(distance_to_character()), range));
+}
+
+ZAR_TARGET("avx2") inline __m256i halves(__m128i low, __m128i high) {
+  return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
+}
+
 ZAR_TARGET("avx2") size_t encode_base64_avx2(const unsigned char *in, size_t size, char *out) {
-  const __m256i spreading = twice(spread_threes()), distances = twice(distance_to_character());
   size_t done = 0;
-  for (; size - done >= 28; done += 24, out += 32) {
-    const __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(vector_at(in + done))),
-                                                  _mm_loadu_si128(vector_at(in + done + 12)), 1);
-    const __m256i spread = _mm256_shuffle_epi8(bytes, spreading);
-    const __m256i first_and_third =
-        _mm256_mulhi_epu16(_mm256_and_si256(spread, _mm256_set1_epi32(0x0FC0FC00)), _mm256_set1_epi32(0x04000040));
-    const __m256i second_and_fourth =
-        _mm256_mullo_epi16(_mm256_and_si256(spread, _mm256_set1_epi32(0x003F03F0)), _mm256_set1_epi32(0x01000010));
-    const __m256i values = _mm256_or_si256(first_and_third, second_and_fourth);
-    const __m256i is_capital = _mm256_cmpgt_epi8(_mm256_set1_epi8(26), values);
-    const __m256i range = _mm256_or_si256(_mm256_subs_epu8(values, _mm256_set1_epi8(51)),
-                                          _mm256_and_si256(is_capital, _mm256_set1_epi8(13)));
-    _mm256_storeu_si256(wide_at(out), _mm256_add_epi8(values, _mm256_shuffle_epi8(distances, range)));
+  for (; size - done >= 24 + 16; done += 24, out += 32) {
+    const __m128i first = _mm_loadu_si128(vector_at(in + done)), second = _mm_loadu_si128(vector_at(in + done + 12));
+    _mm256_storeu_si256(wide_at(out), base64_of_twelve(halves(first, second)));
   }
   leave_wide_registers();
   return done + encode_base64_ssse3(in + done, size - done, out);
+}
+
+/// Keys and their like: all in one step, whose halves overlap. REQUIRES: 16 to 24 bytes.
+ZAR_TARGET("avx2") size_t encode_base64_once(const unsigned char *in, size_t size, char *out) {
+  const size_t groups = (size + 2) / 3, missing = 3 * groups - size;
+  const __m128i first = _mm_loadu_si128(vector_at(in)), second = last_bytes(in + size, 12 - missing);
+  const __m256i text = base64_of_twelve(halves(first, second));
+  _mm_storeu_si128(vector_at(out), _mm256_castsi256_si128(text));
+  _mm_storeu_si128(vector_at(out + 4 * groups - 16), _mm256_extracti128_si256(text, 1));
+  leave_wide_registers();
+  return size;
 }
 
 ZAR_TARGET("avx2") size_t decode_base64_avx2(const char *in, size_t size, unsigned char *out) {
@@ -233,7 +269,7 @@ ZAR_TARGET("avx2") size_t decode_base64_avx2(const char *in, size_t size, unsign
 const vector_level best_vector_level = detected_level();
 
 /// Below, the 16 bytes a step are done before the wide tables are laid out.
-constexpr size_t wide_pays = 48;
+constexpr size_t wide_pays = 65;
 
 size_t encode_base16_blocks(vector_level level, const unsigned char *in, size_t size, char *out) {
   if (level == vector_level::avx2 && size >= wide_pays) return encode_base16_avx2(in, size, out);
@@ -241,8 +277,9 @@ size_t encode_base16_blocks(vector_level level, const unsigned char *in, size_t 
 }
 
 size_t encode_base64_blocks(vector_level level, const unsigned char *in, size_t size, char *out) {
-  if (level == vector_level::avx2 && size >= wide_pays) return encode_base64_avx2(in, size, out);
-  return level == vector_level::none ? 0 : encode_base64_ssse3(in, size, out);
+  if (level == vector_level::none || size < 16) return 0;
+  if (level == vector_level::ssse3 || (size > 24 && size < wide_pays)) return encode_base64_ssse3(in, size, out);
+  return size <= 24 ? encode_base64_once(in, size, out) : encode_base64_avx2(in, size, out);
 }
 
 size_t decode_base16_blocks(vector_level level, const char *in, size_t size, unsigned char *out) {

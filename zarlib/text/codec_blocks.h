@@ -18,7 +18,7 @@ constexpr size_t block_slack = 8;
 
 /// @return Bytes taken; twice as many characters stand in `out`.
 size_t encode_base16_blocks(vector_level level, const unsigned char *in, size_t size, char *out);
-/// @return Bytes taken, a multiple of 3; four thirds as many characters stand in `out`.
+/// @return Bytes taken, a multiple of 3 or all; the characters of each three, and of a rest with zeros behind it, stand in `out`.
 size_t encode_base64_blocks(vector_level level, const unsigned char *in, size_t size, char *out);
 
 // The decoders stop at the first character outside the alphabet, or up to a block ahead of it.

@@ -1,6 +1,7 @@
 #include "zarlib/text/codec_loops.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace zar {
 
@@ -59,15 +60,10 @@ template <class Encode>
 
 template <class Encode>
 std::string encoded(const unsigned char *data, size_t size, size_t (*length_of)(size_t), Encode encode) {
-  if (size > short_bytes) return encoded_by_pieces(data, size, length_of, encode);
-  std::string text(length_of(size), '\0');
-  encode(data, size, text.data());
+  const bool is_short = size <= short_bytes;
+  std::string text = is_short ? std::string(length_of(size), '\0') : encoded_by_pieces(data, size, length_of, encode);
+  if (is_short) encode(data, size, text.data());
   return text;
-}
-
-/// The widest instructions cost a call more than a short text gains by them.
-vector_level level_for(size_t size, vector_level level) {
-  return size <= short_bytes ? std::min(level, vector_level::ssse3) : level;
 }
 
 /// Reads characters one by one where the blocks stop. Its state is the values of a group that is not whole yet.
@@ -129,24 +125,25 @@ public:
   }
 
 private:
-  /// A whole group at once. @return False, and nothing is taken, if a character is outside the alphabet.
+  /// A whole group at once, and a byte more is written. @return False, and nothing is taken, if a character is outside the alphabet.
   static bool take_four(const char *in, unsigned char *out) {
-    unsigned values[4], faults = 0;
-    for (int i = 0; i < 4; ++i) faults |= values[i] = value_of(base64_values, in[i]);
-    if (faults >= 64) return false;
-    out[0] = low_byte(values[0] << 2 | values[1] >> 4);
-    out[1] = low_byte(values[1] << 4 | values[2] >> 2);
-    out[2] = low_byte(values[2] << 6 | values[3]);
+    const unsigned first = value_of(base64_values, in[0]), second = value_of(base64_values, in[1]);
+    const unsigned third = value_of(base64_values, in[2]), fourth = value_of(base64_values, in[3]);
+    if ((first | second | third | fourth) >= 64) return false;
+    const unsigned group = __builtin_bswap32(first << 26 | second << 20 | third << 14 | fourth << 8);
+    std::memcpy(out, &group, sizeof group);
     return true;
   }
 
   /// The group that ends a usual text, with its padding. @return As take_four().
   bool take_padded(const char *in, unsigned char *&out) {
     const unsigned first = value_of(base64_values, in[0]), second = value_of(base64_values, in[1]);
-    const unsigned third = in[2] == '=' ? 0 : value_of(base64_values, in[2]);
+    const bool is_pair = in[2] != '=';
+    const unsigned third = is_pair ? value_of(base64_values, in[2]) : 0;
     if (in[3] != '=' || (first | second | third) >= 64) return false;
-    *out++ = low_byte(first << 2 | second >> 4);
-    if (in[2] != '=') *out++ = low_byte(second << 4 | third >> 2);
+    out[0] = low_byte(first << 2 | second >> 4);
+    out[1] = low_byte(second << 4 | third >> 2);
+    out += is_pair ? 2 : 1;
     m_ended = true;
     return true;
   }
@@ -206,22 +203,23 @@ std::vector<unsigned char> decoded(vector_level level, std::string_view text, si
   }
 }
 
+/// What the blocks leave.
+[[gnu::noinline]] void base64_groups(const unsigned char *in, size_t size, char *out) {
+  for (size_t i = 0; i < size; i += 3, out += 4) {
+    const size_t left = size - i;
+    const unsigned group = in[i] << 16U | (left > 1 ? in[i + 1] << 8U : 0) | (left > 2 ? in[i + 2] : 0U);
+    for (unsigned k = 0; k < 4; ++k) out[k] = base64_alphabet[group >> (18 - 6 * k) & 63];
+  }
+}
+
 [[gnu::always_inline]] inline void base64_piece(vector_level level, const unsigned char *in, size_t size, char *out) {
-  const auto character = [](unsigned bits) { return base64_alphabet[bits & 63]; };
-  size_t i = encode_base64_blocks(level, in, size, out);
-  out += i / 3 * 4;
-  for (; size - i >= 3; i += 3, out += 4) {
-    const unsigned group = in[i] << 16U | in[i + 1] << 8U | in[i + 2];
-    for (unsigned k = 0; k < 4; ++k) out[k] = character(group >> (18 - 6 * k));
-  }
-  if (i < size) {
-    const bool is_pair = size - i == 2;
-    const unsigned group = in[i] << 16U | (is_pair ? in[i + 1] << 8U : 0);
-    out[0] = character(group >> 18);
-    out[1] = character(group >> 12);
-    out[2] = is_pair ? character(group >> 6) : '=';
-    out[3] = '=';
-  }
+  const size_t groups = (size + 2) / 3, missing = 3 * groups - size;
+  const size_t taken = encode_base64_blocks(level, in, size, out);
+  if (taken < size) base64_groups(in + taken, size - taken, out + taken / 3 * 4);
+  if (missing == 0) return;
+  char *const end = out + 4 * groups;
+  end[-1] = '=';
+  if (missing == 2) end[-2] = '=';
 }
 
 } // namespace
@@ -230,24 +228,22 @@ constinit const character_values hexadecimal_values = values_of_base16();
 
 std::string to_base16(vector_level level, const unsigned char *data, size_t size) {
   const auto length = [](size_t count) { return 2 * count; };
-  level = level_for(size, level);
   return encoded(data, size, length,
                  [level](const unsigned char *in, size_t count, char *out) { base16_piece(level, in, count, out); });
 }
 
 std::string to_base64(vector_level level, const unsigned char *data, size_t size) {
   const auto length = [](size_t count) { return (count + 2) / 3 * 4; };
-  level = level_for(size, level);
   return encoded(data, size, length,
                  [level](const unsigned char *in, size_t count, char *out) { base64_piece(level, in, count, out); });
 }
 
 std::vector<unsigned char> from_base16(vector_level level, std::string_view text) {
-  return decoded<base16_reader>(level_for(text.size(), level), text, text.size() / 2 + 1);
+  return decoded<base16_reader>(level, text, text.size() / 2 + 1);
 }
 
 std::vector<unsigned char> from_base64(vector_level level, std::string_view text) {
-  return decoded<base64_reader>(level_for(text.size(), level), text, text.size() / 4 * 3 + 2);
+  return decoded<base64_reader>(level, text, text.size() / 4 * 3 + 2);
 }
 
 void fetch_base16(vector_level level, std::string_view text, unsigned char *out) {
