@@ -60,6 +60,15 @@ struct asio_end {
   asio::ip::tcp::socket socket{context};
 };
 
+/// On a non-blocking handle, as the library's is for its users: a read that finds nothing waits by poll().
+struct asio_non_blocking_end : asio_end {
+  static void connect(asio_non_blocking_end &a, asio_non_blocking_end &b) {
+    asio_end::connect(a, b);
+    a.socket.native_non_blocking(true);
+    b.socket.native_non_blocking(true);
+  }
+};
+
 /// The thread `other` works on the second end until the first one is closed.
 template <class End, class Other, class Step>
 void between_ends(benchmark::State &state, Other other, Step step) {
@@ -152,6 +161,7 @@ void event_eventfd(benchmark::State &state) {
 
 BENCHMARK(round_trip<ours_end>)->Name("BM_RoundTrip/ours")->Arg(64)->UseRealTime();
 BENCHMARK(round_trip<asio_end>)->Name("BM_RoundTrip/Asio")->Arg(64)->UseRealTime();
+BENCHMARK(round_trip<asio_non_blocking_end>)->Name("BM_RoundTrip/Asio_non_blocking")->Arg(64)->UseRealTime();
 BENCHMARK(one_way<ours_end>)->Name("BM_OneWay/ours")->Arg(64)->Arg(4096)->Arg(1 << 20)->UseRealTime();
 BENCHMARK(one_way<asio_end>)->Name("BM_OneWay/Asio")->Arg(64)->Arg(4096)->Arg(1 << 20)->UseRealTime();
 BENCHMARK(from_a_full_buffer)->Name("BM_FromAFullBuffer/ours")->Arg(1000)->Arg(100000)->UseRealTime();
