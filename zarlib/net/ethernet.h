@@ -40,7 +40,7 @@ public:
   /// Where the mode or the address cannot be had, the adapter is open all the same, the address being zeros.
   /// Two refusals are also shown to the user (a message box on Windows, a line on stderr on Linux): "Please WinPcap first !"
   /// without a driver, "No adapter found." when none was named and the driver has none to list.
-  /// @param adapterName  The driver's name of it: on Windows as the driver lists it (\Device\NPF_{...}), on Linux the
+  /// @param adapterName  The driver's name of it: on Windows as the driver lists it (`\Device\NPF_{...}`), on Linux the
   ///                     interface's (eth0). Name one: an empty name where the driver does list adapters ends in std::bad_alloc.
   /// @return Whether it is open.
   bool CreateSocket(const std::string &adapterName);

@@ -47,8 +47,8 @@ ZAR_API std::string pathReplaceFileName(const std::string &path, const std::stri
 /// Brings an absolute path to its shortest form: one slash before each part, no "." and "..", which never climb above
 /// the root.
 ///
-///   C:\a\.\b\..\c\   C:/a/c      /a//b   /a/b     \\srv\x    \/srv/x
-///   C:\              C:/         /../a   /a       //srv/x    /srv/x
+///     C:\a\.\b\..\c\   C:/a/c      /a//b   /a/b     \\srv\x    \/srv/x
+///     C:\              C:/         /../a   /a       //srv/x    /srv/x
 ///
 /// The first character, behind a drive or the first of two backslashes, is taken for the root's separator and dropped
 /// UNSEEN: "abc/def" gives "/bc/def". Relative paths go through pathGetAbsolutePath() first.

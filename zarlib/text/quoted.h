@@ -10,15 +10,15 @@
 #include <string>
 
 /// Writes bytes with escapes, behind a fixed start of 34 bytes of value 1 and without an opening quote; a closing quote
-/// ends the text. Tab, line feed and carriage return become \t, \n and \r; a quote or backslash gets a backslash in
-/// front; bytes from 32 to 127 stand as they are; any other becomes \x and two upper-case hexadecimal digits.
+/// ends the text. Tab, line feed and carriage return become `\t`, `\n` and `\r`; a quote or backslash gets a backslash in
+/// front; bytes from 32 to 127 stand as they are; any other becomes `\x` and two upper-case hexadecimal digits.
 /// @param length  Bytes at `data`; 0 or less means none.
 ZAR_API std::string toQuotaString(const void *data, int length);
 
 /// Reads a quoted text and appends what it stands for to `out`.
 ///
-/// \n, \r and \t are the control characters. A hexadecimal escape, \x or \X with one or two digits, appends its value
-/// as DECIMAL TEXT: \x41 appends the two characters 65. Without a digit it appends nothing. Any other escaped byte
+/// `\n`, `\r` and `\t` are the control characters. A hexadecimal escape, `\x` or `\X` with one or two digits, appends its value
+/// as DECIMAL TEXT: `\x41` appends the two characters 65. Without a digit it appends nothing. Any other escaped byte
 /// stands for itself.
 /// @param quoted  Starts with a quote; what follows the closing one is not looked at.
 /// @return The index of the closing quote. 0 when the text has no opening or no closing quote; what was decoded before
