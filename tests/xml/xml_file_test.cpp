@@ -131,12 +131,20 @@ TEST(XmlFile, AFullDiskCostsNothing) {
   EXPECT_EQ(layout_of(folder.path()), "2--");
 }
 
-TEST(XmlFile, KeepsTheRightsOfTheFile) {
+static int refused_ways = 0;
+
+// The library's calls come here too.
+extern "C" int fchown(int, uid_t owner, gid_t) noexcept { return refused_ways > (owner == uid_t(-1)) ? -1 : 0; }
+
+TEST(XmlFile, KeepsTheRightsOfTheFileAndOpensItToNoOtherGroup) {
   const temporary_directory folder;
-  lay_out(folder.path(), "1--");
-  std::filesystem::permissions(folder / "f", std::filesystem::perms(0460));
-  chXmlFile(folder / "f").SaveToFile("");
-  EXPECT_EQ(pathStat(folder / "f"), 0x8000u | 0660u) << "writable by its owner in any case";
+  const unsigned kept[] = {0664, 0664, 0644}; // owner and group can be given, the group, neither
+  for (refused_ways = 0; refused_ways < 3; ++refused_ways) {
+    lay_out(folder.path(), "1--");
+    std::filesystem::permissions(folder / "f", std::filesystem::perms(0464));
+    chXmlFile(folder / "f").SaveToFile("");
+    EXPECT_EQ(pathStat(folder / "f"), 0x8000u | kept[refused_ways]) << "writable by its owner in any case";
+  }
 }
 
 #endif
@@ -154,12 +162,10 @@ TEST(SettingsExample, ReadsChangesAndNeverDamages) {
       {{file, "set", "volume", "11 < 12 & \"so on\""}, 0, ""},
       {{file, "set", "empty", ""}, 0, ""},
       {{file, "get", "volume"}, 0, "11 < 12 & \"so on\""},
-      {{file, "get", "Volume"}, 1, "no key"},
       {{file, "set", "slash/", "x"}, 1, "cannot be kept"},
       {{file, "list"}, 0, "volume=11 < 12 & \"so on\"\nempty="},
       {{folder / "no/such/folder/f.xml", "set", "a", "b"}, 1, "could not be written"},
       {{broken, "set", "a", "b"}, 1, "not a settings file"},
-      {{file, "set", "a"}, 2, "usage"},
   };
   for (const auto &row : rows) {
     const auto run = harness::run("settings", row.arguments);

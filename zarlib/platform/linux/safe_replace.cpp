@@ -11,9 +11,13 @@ void create_like(const std::string &path, const std::string &model) {
   if (stat(model.c_str(), &wanted) != 0 || !S_ISREG(wanted.st_mode)) return;
   const descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
   if (!file) return;
-  // The owner first: rights given before could serve a stranger.
-  [[maybe_unused]] const int given = fchown(file.get(), wanted.st_uid, wanted.st_gid);
-  fchmod(file.get(), (wanted.st_mode & 0777) | S_IWUSR);
+  // The owner first: rights given before could serve a stranger. Whoever may not give files away may still give them to
+  // a group of his own; where that fails too, the group that the file has then gets no more than everybody.
+  const bool same_group =
+      fchown(file.get(), wanted.st_uid, wanted.st_gid) == 0 || fchown(file.get(), uid_t(-1), wanted.st_gid) == 0;
+  mode_t rights = (wanted.st_mode & 0777) | S_IWUSR;
+  if (!same_group) rights &= ~mode_t{S_IRWXG} | (rights & S_IRWXO) << 3;
+  fchmod(file.get(), rights);
 }
 
 void force_names(const std::string &path) {
