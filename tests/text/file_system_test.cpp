@@ -4,10 +4,12 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
+
 TEST(FileSystem, RenamingNeverReplacesAndMovingDoes) {
   const harness::temporary_directory folder;
   for (const char *name : {"a", "b"}) harness::write_file(folder / name, name);
-  EXPECT_FALSE(pathRenameFile(folder / "a", folder / "b"));
+  EXPECT_FALSE(pathRenameFile(folder / "a", folder / "b") || pathRenameFile(folder / "a", folder / "a"));
   EXPECT_EQ(harness::read_file(folder / "b"), "b");
   EXPECT_TRUE(pathRenameFile(folder / "a", folder / "c") && pathRenameFileEx(folder / "c", folder / "b"));
   EXPECT_TRUE(pathCopyFile(folder / "b", folder / "d") && pathCopyFile("no", "no") && pathRenameFileEx("no", "no"));
@@ -27,6 +29,9 @@ TEST(FileSystem, CreatesAllMissingLevelsBelowAParentAndTellsWhatIsThere) {
   for (const auto &path : {none, "no/" + none, "no/below" + none, "/zarlib-none" + none, huge + "/x", far})
     EXPECT_EQ(pathCreateDirectory(path), 0) << path.substr(0, 80);
   EXPECT_TRUE(pathDirectoryExist(folder / "a/b/c") && pathDirectoryExist(folder / "d/e/"));
+  struct stat facts = {};
+  harness::write_file(folder / "p.EXE", none);
+  EXPECT_TRUE(stat((folder / "p.EXE").c_str(), &facts) == 0 && pathStat(folder / "p.EXE") == facts.st_mode);
   EXPECT_TRUE(pathStat(huge) >> 12 == 8 && pathFileSizei64(huge) == 0x80000000LL && pathFileSize(huge) == -1);
 }
 
@@ -96,10 +101,11 @@ TEST(FileSystem, MovesAllBytesOrLeavesTheFileWhereItWas) {
   const std::string bytes(300000, 'm');
   for (const int refusal : {0, EXDEV}) {
     harness::write_file(folder / "a", bytes);
+    std::filesystem::permissions(folder / "a", std::filesystem::perms(refusal ? 0604 : 0666));
     no_copy = refusal;
     EXPECT_TRUE(!pathRenameFileEx(folder / "a", "/dev/full") && pathFileExist("/dev/full"));
     EXPECT_TRUE(pathFileExist(folder / "a") && pathRenameFileEx(folder / "a", folder / "b"));
-    EXPECT_EQ(harness::read_file(folder / "b"), bytes);
+    EXPECT_TRUE(harness::read_file(folder / "b") == bytes && pathStat(folder / "b") == (refusal ? 0x8184 : 0x81B6));
   }
 }
 

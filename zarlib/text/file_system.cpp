@@ -63,7 +63,9 @@ int pathCopyFile(const std::string &from, const std::string &to) { return from =
 
 int pathRemoveFile(const std::string &path) { return platform::remove_file(path); }
 
-int pathRenameFile(const std::string &from, const std::string &to) { return platform::rename_file(from, to); }
+int pathRenameFile(const std::string &from, const std::string &to) {
+  return from != to && platform::rename_file(from, to); // onto itself would be onto what stands there
+}
 
 int pathRenameFileEx(const std::string &from, const std::string &to) {
   return from == to || (pathCopyFile(from, to) && pathRemoveFile(from));

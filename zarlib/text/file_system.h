@@ -41,7 +41,7 @@ ZAR_API int pathCopyFile(const std::string &from, const std::string &to);
 ZAR_API int pathRemoveFile(const std::string &path);
 
 /// Renames a file or directory and never overwrites, not even what another process puts at `to` in the same instant.
-/// @return 1 when renamed; 0 also when something stands at `to`.
+/// @return 1 when renamed; 0 also when something stands at `to`, be it `from` itself.
 ZAR_API int pathRenameFile(const std::string &from, const std::string &to);
 
 /// Moves a file by pathCopyFile() and pathRemoveFile(): also to another volume, and over what stands at `to`.

@@ -2,11 +2,17 @@
 
 #include "zarlib/platform/windows/wide_text.h"
 
+#include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <shlwapi.h>
 
 namespace zar::platform {
 
 namespace {
+
+/// What may be executed shows in the names only, as the C library has it too.
+constexpr const char *program_endings[] = {".exe", ".com", ".bat", ".cmd"};
 
 /// What the system tells of the thing a path leads to, through links.
 bool read_information(const std::string &path, BY_HANDLE_FILE_INFORMATION &information) {
@@ -19,9 +25,16 @@ bool read_information(const std::string &path, BY_HANDLE_FILE_INFORMATION &infor
   return told != 0;
 }
 
-unsigned mode_of(DWORD attributes) {
+bool is_program(const std::string &path) {
+  const std::string ending = path.substr(path.size() - std::min<size_t>(path.size(), 4));
+  return std::any_of(std::begin(program_endings), std::end(program_endings),
+                     [&](const char *one) { return _stricmp(ending.c_str(), one) == 0; });
+}
+
+unsigned mode_of(DWORD attributes, const std::string &path) {
   const unsigned rights = attributes & FILE_ATTRIBUTE_READONLY ? 0444 : 0666;
-  return attributes & FILE_ATTRIBUTE_DIRECTORY ? 0x4000 | rights | 0111 : 0x8000 | rights;
+  if (attributes & FILE_ATTRIBUTE_DIRECTORY) return 0x4000 | rights | 0111;
+  return 0x8000 | rights | (is_program(path) ? 0111 : 0);
 }
 
 long long joined(DWORD high, DWORD low) {
@@ -33,11 +46,11 @@ long long joined(DWORD high, DWORD low) {
 bool read_facts(const std::string &path, file_facts &facts) {
   WIN32_FILE_ATTRIBUTE_DATA data;
   if (!GetFileAttributesExW(to_wide(path).c_str(), GetFileExInfoStandard, &data)) return false;
-  facts = {mode_of(data.dwFileAttributes), joined(data.nFileSizeHigh, data.nFileSizeLow)};
+  facts = {mode_of(data.dwFileAttributes, path), joined(data.nFileSizeHigh, data.nFileSizeLow)};
   if (!(data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT)) return true;
   BY_HANDLE_FILE_INFORMATION target;
   if (!read_information(path, target)) return false;
-  facts = {mode_of(target.dwFileAttributes), joined(target.nFileSizeHigh, target.nFileSizeLow)};
+  facts = {mode_of(target.dwFileAttributes, path), joined(target.nFileSizeHigh, target.nFileSizeLow)};
   return true;
 }
 
