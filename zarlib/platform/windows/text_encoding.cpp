@@ -12,12 +12,16 @@ static unsigned code_page(const std::string &encoding) {
   return number ? static_cast<unsigned>(number) : CP_ACP;
 }
 
+static bool is_known(unsigned page) { return page == CP_ACP || IsValidCodePage(page); }
+
 std::string narrow_to_utf8(const std::string &text, const std::string &encoding) {
-  return from_wide(to_wide(text, code_page(encoding)));
+  const unsigned page = code_page(encoding);
+  return is_known(page) ? from_wide(to_wide(text, page)) : text;
 }
 
 std::string utf8_to_narrow(const std::string &text, const std::string &encoding) {
-  return from_wide(to_wide(text), code_page(encoding));
+  const unsigned page = code_page(encoding);
+  return is_known(page) ? from_wide(to_wide(text), page) : text;
 }
 
 } // namespace zar::platform
