@@ -46,12 +46,7 @@ bool comes_back(const std::string &text, const std::string &key, const std::stri
 int set(chXmlFile &file, const std::string &path, const std::string &key, const std::string &value) {
   chXmlElement root = file.getChildElement();
   if (!root.hasData()) root = file.AddChildElement("settings");
-  chXmlElement option = root.FindChildElement(key);
-  // An option without content has nothing that SetOption() could overwrite.
-  if (option.hasData() && !option.hasChildren())
-    option.AddChildObject(xmlTypeText, value);
-  else if (!root.SetOption(key, value))
-    return 0; // the value that it had
+  if (!root.SetOption(key, value)) return 0; // the value that it had
   const std::string text = file.ExportToText(false);
   if (!comes_back(text, key, value)) return fail("such a key or value cannot be kept in " + path);
 

@@ -237,8 +237,8 @@ public:
   /// @return The text of the child element `key`; `defaultValue` when there is no such child or its first child is not
   ///         a text. An option that was read with an empty text has no such child, and answers the default.
   std::string GetOption(const std::string &key, const std::string &defaultValue = std::string()) const;
-  /// Overwrites the text of the first child of the child element `key`, whatever kind that child is, or adds the
-  /// option.
+  /// Overwrites the text of the first child of the child element `key`, whatever kind that child is. An element without
+  /// children receives the text, and where there is no such element the option is added.
   /// @return 0 when it already has exactly that text, else 1: save only then.
   /// REQUIRES: hasData() when the option is new, to keep it.
   int SetOption(const std::string &key, const std::string &value);
