@@ -173,6 +173,8 @@ template <class Reader>
                                                                size_t at_most) {
   std::vector<unsigned char> bytes;
   bytes.reserve(at_most);
+  // A group left open by the piece before may add its three bytes: it takes a character of this one, which is a whole
+  // group less for the blocks, and so they keep their slack.
   unsigned char piece[piece_bytes + block_slack];
   for (Reader reader; !text.empty() && !reader.has_ended();) {
     const size_t count = std::min(text.size(), piece_characters);

@@ -37,11 +37,11 @@ ZAR_API void zarSetAppDocPath(const std::string &path);
 /// @return The full path of the running executable. On Windows what is longer than 260 wide characters is cut there.
 ZAR_API std::string zarGetExeFileName();
 
-/// @return The variable USERPROFILE. Where it is not set: on Linux HOME, else the folder of the user's record; on
+/// @return The variable USERPROFILE. Where it is not set, or empty: on Linux HOME, else the folder of the user's record; on
 ///         Windows an empty text.
 ZAR_API std::string zarGetHomeDirectory();
 
-/// @return The variable "Temp". Where it is not set: on Linux TMPDIR, else /tmp; on Windows an empty text.
+/// @return The variable "Temp". Where it is not set, or empty: on Linux TMPDIR, else /tmp; on Windows an empty text.
 ZAR_API std::string zarGetTempDirectory();
 
 /// @return The current directory; empty when it is gone, and on Windows when it is longer than 259 wide characters.
