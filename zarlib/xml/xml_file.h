@@ -49,15 +49,17 @@ public:
   ///         is never changed, and pathFileExist() tells absence from the rest.
   int LoadFromFile(const std::string &name);
 
-  /// Writes ExportToText(false). When it returns, an undisturbed save survives the death of the process, and on Linux a power cut too;
-  /// on Windows a power cut just behind it may bring the old document back, whole.
+  /// Writes ExportToText(false). When it returns, an undisturbed save survives the death of the process, and on Linux a
+  /// power cut too; on Windows a power cut just behind it may bring the old document back, whole.
   ///
-  /// A file that is there is replaced in the steps above, each only when the disk shows what the one before was to leave. So a full disk, or
-  /// any step that the system refuses, leaves the state of a crash in that place, and the next load finds the old document
-  /// or the new one. A file that is not there is written directly: there is no old document to keep, and a crash may leave a part.
+  /// A file that is there is replaced in the steps above, each only when the disk shows what the one before was to
+  /// leave. So a full disk, or any step that the system refuses, leaves the state of a crash in that place, and the next
+  /// load finds the old document or the new one. A file that is not there is written directly: there is no old document
+  /// to keep, and a crash may leave a part.
   ///
-  /// The new file has the owner and rights of the old one, or less where the system refuses; a link is replaced by a file. A stale "f.old", which LoadFromFile()
-  /// would have removed, makes the save fail once: load before the first save.
+  /// The new file has the owner and rights of the old one, or less where the system refuses; a link is replaced by a
+  /// file. A stale "f.old", which LoadFromFile() would have removed, makes the save fail once: load before the first
+  /// save.
   ///
   /// Costs the export, two passes over its text, and on Linux three waits for the disk.
   /// @param name  Empty for the name of the last load. The name of the last load stays what it is.
