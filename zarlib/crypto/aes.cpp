@@ -66,11 +66,11 @@ aesEncrypt::~aesEncrypt() { zar::wipe(this, sizeof *this); }
 
 void aesEncrypt::SetKey(const unsigned char *key, int keyLength) {
   m_scheduleSize = key ? schedule_size_of(keyLength) : 0;
-  if (m_scheduleSize == 0) {
-    zar::wipe(m_schedule, sizeof m_schedule);
-    return;
-  }
-  std::memmove(m_schedule, key, static_cast<size_t>(keyLength));
+  if (m_scheduleSize > 0) std::memmove(m_schedule, key, static_cast<size_t>(keyLength));
+  // A longer key before could be worked out from the end of its schedule.
+  const auto used = static_cast<size_t>(m_scheduleSize);
+  zar::wipe(m_schedule + used, sizeof m_schedule - used);
+  if (m_scheduleSize == 0) return;
   zar::fastest_aes_path().expand_key(m_schedule, keyLength, m_scheduleSize);
 }
 
