@@ -52,29 +52,33 @@ template <direction way>
   return way == direction::encipher ? _mm_aesenclast_si128(state, key) : _mm_aesdeclast_si128(state, key);
 }
 
+/// Groups of `count` blocks. Never part of its caller: between both sizes of group GCC 12 runs out of the registers of 32-bit systems
+/// and leaves the last round key on the stack, which deciphering is the key itself.
 template <direction way, size_t count>
-[[gnu::target("aes")]] inline void run_some_128(const unsigned char *keys, int rounds, const unsigned char *in,
-                                                unsigned char *out) {
-  __m128i state[count], key = load_128(keys);
+[[gnu::target("aes"), gnu::noinline]] void run_groups_128(const unsigned char *keys, int rounds,
+                                                          const unsigned char *in, unsigned char *out, size_t groups) {
+  for (; groups > 0; --groups, in += count * aes_block, out += count * aes_block) {
+    __m128i state[count], key = load_128(keys);
 #pragma GCC unroll 8
-  for (size_t i = 0; i < count; ++i) state[i] = _mm_xor_si128(load_128(in + i * aes_block), key);
-  for (int round = 1; round < rounds; ++round) {
-    key = load_128(keys += aes_block);
+    for (size_t i = 0; i < count; ++i) state[i] = _mm_xor_si128(load_128(in + i * aes_block), key);
+    for (int round = 1; round < rounds; ++round) {
+      key = load_128(keys + static_cast<size_t>(round) * aes_block);
 #pragma GCC unroll 8
-    for (size_t i = 0; i < count; ++i) state[i] = round_128<way>(state[i], key);
+      for (size_t i = 0; i < count; ++i) state[i] = round_128<way>(state[i], key);
+    }
+    key = load_128(keys + static_cast<size_t>(rounds) * aes_block);
+#pragma GCC unroll 8
+    for (size_t i = 0; i < count; ++i)
+      _mm_storeu_si128(reinterpret_cast<__m128i_u *>(out + i * aes_block), last_round_128<way>(state[i], key));
   }
-  key = load_128(keys + aes_block);
-#pragma GCC unroll 8
-  for (size_t i = 0; i < count; ++i)
-    _mm_storeu_si128(reinterpret_cast<__m128i_u *>(out + i * aes_block), last_round_128<way>(state[i], key));
 }
 
 template <direction way>
 [[gnu::target("aes"), gnu::force_align_arg_pointer]] void
 run_128(const unsigned char *keys, int rounds, const unsigned char *in, unsigned char *out, size_t blocks) {
-  for (; blocks >= in_flight; blocks -= in_flight, in += in_flight * aes_block, out += in_flight * aes_block)
-    run_some_128<way, in_flight>(keys, rounds, in, out);
-  for (; blocks > 0; --blocks, in += aes_block, out += aes_block) run_some_128<way, 1>(keys, rounds, in, out);
+  const size_t groups = blocks / in_flight, grouped = groups * in_flight * aes_block;
+  run_groups_128<way, in_flight>(keys, rounds, in, out, groups);
+  run_groups_128<way, 1>(keys, rounds, in + grouped, out + grouped, blocks % in_flight);
 }
 
 // One register: two blocks.
