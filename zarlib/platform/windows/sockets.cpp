@@ -47,7 +47,7 @@ char netbios(NCB &control, UCHAR command, UCHAR adapter, void *buffer, WORD size
   control = {};
   control.ncb_command = command;
   control.ncb_lana_num = adapter;
-  control.ncb_callname[0] = '*';
+  if (command == NCBASTAT) control.ncb_callname[0] = '*'; // this machine; to a reset it is a number of sessions
   control.ncb_buffer = static_cast<PUCHAR>(buffer);
   control.ncb_length = size;
   return static_cast<char>(Netbios(&control));
