@@ -132,7 +132,8 @@ ZAR_API bool sockIsValidIPv4(const std::string &text);
 ///         number up to 128. Does not return where it meets an empty group.
 ZAR_API bool sockIsValidIPv6(const std::string &text);
 
-/// Converts an IPv6 text, in the short form too.
+/// Converts an IPv6 text, in the short form too. Give the address alone: brackets, a port and the number of a scope are passed over
+/// on Windows, on Linux they refuse the text.
 /// @param family  AF_INET6; any other is refused.
 /// @param dst     Receives 16 bytes; left as it is when the text is refused.
 /// @return 28, the length of a whole socket address; -1 when the text is refused.

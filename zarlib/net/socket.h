@@ -39,7 +39,8 @@ ZAR_API int sockPeekRecvLength(unsigned fd);
 /// Connects a non-blocking socket.
 /// @param addr       16 bytes of it are handed to the system. It refuses an IPv6 address for that: only IPv4 connects.
 /// @param timeoutMs  0 only starts and looks; -1 waits without limit.
-/// @return Whether the connection stands; true for a socket that was connected before.
+/// @return Whether the connection stands; true for a socket that was connected before, also where that connection has died. The last
+///         error does not tell a refusal that came during the wait.
 ZAR_API bool sockAsyncConnect(unsigned fd, const sockaddr *addr, int timeoutMs);
 
 /// @return The first IPv4 address of the machine's own name, or an empty one. Asks the system's resolver and may wait for it.

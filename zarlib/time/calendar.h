@@ -112,7 +112,8 @@ public:
 
   /// The time as a text by the run-time library's strftime(), in the locale of the process, without a zone and without
   /// summer time. Formats of ASCII with no conversions but %Y, %m, %d, %H, %M, %S and %% are written without its help.
-  /// REQUIRES: a format that strftime() knows. @return The text; empty when it would have 128 bytes or more.
+  /// REQUIRES: a format that strftime() knows. @return The text; empty when it would have 128 bytes or more, and where
+  /// strftime() refuses: on Windows times below 0 or from 24 hours on, years beyond 9999 and, with %y, those before 1900.
   std::string Format(const char *format) const;
 
   /// @return The system's clock in universal time.
