@@ -34,8 +34,7 @@ TEST(SocketUDP, RefusesWhatCannotBe) {
   receiver one;
   EXPECT_TRUE(one.SendTo(nullptr, 5, one.address) && one.SendTo("x", 0, one.address) &&
               one.SendTo("x", -1, one.address));
-  EXPECT_EQ(one.ReceiveToBuffer(0), 0);
-  EXPECT_FALSE(one.SendTo(bytes(65536).data(), 65536, one.address)); // refused by the system, and writable
+  EXPECT_FALSE(one.ReceiveToBuffer(0) || one.SendTo(bytes(65536).data(), 65536, one.address)); // refused, and writable
   chSocketUDP none, second;
   EXPECT_TRUE(!none.SendTo("x", 1, one.address) && none.ReceiveToBuffer(0) == -1);
   EXPECT_FALSE(none.CreateSocket("127.0.0.1", 0) || none.CreateSocket("nobody", 7));
