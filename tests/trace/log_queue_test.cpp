@@ -9,6 +9,7 @@
 #include <climits>
 #include <thread>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 /// The sequence that the next record of this process gets.
@@ -49,7 +50,7 @@ TEST(LogQueue, HandsOutBatchesAndTakesTheLastOneBack) {
       EXPECT_EQ(node->sequence, next_sequence++);
     }
     EXPECT_EQ(found, letters);
-    if (round % 2) delete nodes.front(), nodes.pop_front(); // it is the caller's
+    if (round % 2) delete std::exchange(nodes.front(), nullptr); // it is the caller's
   }
   for (const int time : {20, 0, INT_MIN}) EXPECT_TRUE(qxGetLog(nodes, time) == 0 && nodes.empty());
 }

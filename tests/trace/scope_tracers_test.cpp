@@ -47,7 +47,6 @@ TEST(ScopeTracers, CutNamesOutOfSignatures) {
                                               {"auto __cdecl main::<lambda_1>::operator ()(int) const", "", "()"},
                                               {"void (* g(int))(char)", "", "(* g(int)"},
                                               {"f(int", "f", "f(int"},
-                                              {"(", "", "("},
                                               {"no parenthesis)", "", ""},
                                               {"void " + at_limit + "(int)", at_limit, at_limit},
                                               {"void f(" + arguments + ")", "f", ("f(" + arguments).substr(0, 259)}};
@@ -106,9 +105,8 @@ TEST(ScopeTracers, SimpleOnesGoToTheConsoleWithTheDepthAsAByte) {
     simpStackTracer(("void " + std::string(300, 'x') + "()").c_str(), nullptr);
     simpStackTracer::getDepth() = 2;
   }
-  std::thread([] { simpStackTracer("f()", nullptr); }).join();
   EXPECT_EQ(simpStackTracer::getDepth(), 0);
   const std::string two(32, '\x02'), name(259, 'x');
   EXPECT_THAT(harness::lines_of(testing::internal::GetCapturedStdout()),
-              ElementsAre("", two + "{ inner=5", two + "{ " + name, two + "} " + name, two + "} inner", "", "", ""));
+              ElementsAre("", two + "{ inner=5", two + "{ " + name, two + "} " + name, two + "} inner", ""));
 }

@@ -29,11 +29,15 @@ std::unique_ptr<TraceNode> spare_records::take(unsigned long thread) {
 
 void spare_records::give_back(const std::list<TraceNode *> &records) {
   for (auto at = records.begin(); at != records.end();) {
+    if (!*at) {
+      ++at;
+      continue;
+    }
     slot &home = slot_of((*at)->thread);
     const int room = most_in_slot - home.count.load(std::memory_order_relaxed);
     TraceNode *first = nullptr, *last = nullptr;
     int count = 0;
-    for (; at != records.end() && &slot_of((*at)->thread) == &home; ++at) {
+    for (; at != records.end() && *at && &slot_of((*at)->thread) == &home; ++at) {
       TraceNode &record = **at;
       if (count >= room || record.module.capacity() + record.text.capacity() > most_bytes) {
         delete &record;

@@ -26,7 +26,7 @@ public:
   /// @param thread  The caller's id. @return A record with whatever its last use has left in it.
   std::unique_ptr<TraceNode> take(unsigned long thread);
 
-  /// Takes all records of the list, whose pointers are dead from then on.
+  /// Takes all records of the list, whose pointers are dead from then on; null ones are passed over.
   void give_back(const std::list<TraceNode *> &records);
 
 private:
