@@ -109,7 +109,6 @@ TEST_F(Tracer, ReadsItsOptionFromTheEnvironment) {
                {"-1", "4:share", "4 3 4"},
                {"5:log:name:100:3", "9:null", "5 2 9"},
                {"5:LOG", "4:stdout", "5 1 4"},
-               {"5: log", nullptr, "5 1 2147483647"},
                {"5:system", nullptr, "5 3 2147483647"},
                {"::5::null::", nullptr, "5 0 2147483647"},
                {"null", "x:y", "0 1 0"},

@@ -6,7 +6,8 @@
 //     trace=7                       lines up to level 7; the output stays the system's
 //     systrace=3:share              for every process that has no choice of its own
 //
-// `trace` is read once, at the first line of the process, `systrace` once, when the tracer is built. Outputs: null; stdout or
+// `trace` is read once, at the first line of the process, `systrace` once, when the tracer is built; with `systrace` nothing behind "log"
+// counts, and each process writes to its default name. Outputs: null; stdout or
 // console; log, with a base name, a limit in KiB and a number of files, each missing one meaning chFileTrace's default; share or
 // system, the line store. Empty fields do not count, words are exact, and what is not understood changes nothing. As ":" separates,
 // no field can hold one: a Windows path with a drive letter is given by RedirectToFileTrace().

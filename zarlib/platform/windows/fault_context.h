@@ -1,4 +1,4 @@
-// What a fault is on Windows, and the lock of the symbol library.
+// What a fault is on Windows.
 #pragma once
 
 #include "zarlib/platform/types.h"
