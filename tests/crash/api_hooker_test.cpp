@@ -2,7 +2,6 @@
 
 #include "tests/support/harness/child_process.h"
 #include "tests/support/harness/files.h"
-#include "zarlib/crash/api_modules.h"
 #include "zarlib/text/environment.h"
 
 #include <gmock/gmock.h>
@@ -118,13 +117,6 @@ TEST(ApiHooker, ChangesWordsThatOtherThreadsCallThrough) {
   while (ready < 3) std::this_thread::yield();
   const apiHooker hook(target.c_str(), "hook_target", plus_100, nullptr);
   for (auto &thread : threads) thread.join();
-}
-
-TEST(ApiHooker, RemembersAsManyModulesAsThereIsRoomFor) {
-  apiModules full([](HINSTANCE *, int capacity) { return capacity - 1; });
-  for (std::uintptr_t i = 1; i <= 2; ++i) full.append(reinterpret_cast<HINSTANCE>(i));
-  EXPECT_EQ(full.end() - full.begin(), 8192);
-  EXPECT_EQ(*(full.end() - 1), reinterpret_cast<HINSTANCE>(1));
 }
 
 #ifndef _WIN32

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <latch>
 #include <map>
 #include <stdexcept>
@@ -17,6 +18,7 @@
 #include <csignal>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
+#include <sys/time.h>
 #include <unistd.h>
 #endif
 
@@ -41,22 +43,7 @@ UNSEEN int call_nowhere(int a) { return no_function(a) + 1; }
   return (zero ? 0 : overflow(a + 1)) + room[0];
 }
 
-[[gnu::noinline]] int throw_it(int a) {
-  if (a >= zero) throw std::runtime_error("nobody catches this");
-  return a;
-}
-
-[[gnu::noinline]] int stop_here(int a) {
-  __builtin_trap();
-  return a;
-}
-
 int print_stack(int) { return std::printf("%s", zarReadStack(-1).c_str()) < 0; }
-
-int overflow_on_thread(int a) {
-  std::jthread([a] { zarHookCrashSignal(), overflow(a); });
-  return a;
-}
 
 /// Many threads that fault as nearly together as can be.
 int fault_together(int a) {
@@ -67,6 +54,23 @@ int fault_together(int a) {
 }
 
 #ifndef _WIN32
+
+/// The program ends well if the thread that waits notices anything of the other one's death.
+int overflow_on_thread(int a) {
+  std::thread([a] { zarHookCrashSignal(), overflow(a); }).detach();
+  return pause() + 1;
+}
+
+[[gnu::noinline]] int throw_it(int a) {
+  if (a >= zero) throw std::runtime_error("nobody catches this");
+  return a;
+}
+
+/// A timer of the program's own.
+void ring_often() {
+  const itimerval often = {{0, 1000}, {0, 1000}};
+  std::signal(SIGALRM, [](int) {}), setitimer(ITIMER_REAL, &often, nullptr);
+}
 
 std::latch waiting(5);
 
@@ -96,7 +100,15 @@ int fault_beside_others(int a) {
   return room[0];
 }
 
-int send_fault(int a) { return kill(getpid(), SIGBUS) + a; }
+/// While another thread gives up in the middle of the report.
+int send_fault(int a) {
+  ring_often();
+  std::thread([] {
+    while (std::filesystem::is_empty(zarGetAppDocPath() + "/log")) continue;
+    std::abort();
+  }).detach();
+  return kill(getpid(), SIGBUS) + a;
+}
 
 /// Faults in the heap, which then hangs whoever asks it for more; behind it where a sanitizer owns the heap.
 UNSEEN int take(int) {
@@ -118,11 +130,11 @@ const std::map<std::string, int (*)(int)> ways = {
     {"divide", divide},
     {"call", call_nowhere},
     {"overflow", overflow},
-    {"overflow_on_thread", overflow_on_thread},
-    {"throw", throw_it},
-    {"illegal", stop_here},
+    {"illegal", [](int) -> int { __builtin_trap(); }},
     {"together", fault_together},
 #ifndef _WIN32
+    {"overflow_on_thread", overflow_on_thread},
+    {"throw", [](int a) { return ring_often(), throw_it(a); }},
     {"beside", fault_beside_others},
     {"damaged", damage_stack},
     {"sent", send_fault},

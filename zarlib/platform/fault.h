@@ -15,9 +15,11 @@ using fault_report = void (*)(const fault &);
 /// From now on `report` runs on the first thread that faults, with the fault, and then the process dies of that very fault.
 ///
 /// Windows: the unhandled-exception filter of the process. Linux: the signals of hardware faults, of trap instructions and of
-/// forbidden system calls, and an uncaught C++ exception, whose fault is where it was thrown; a plain abort() is none. A
-/// second thread that faults meanwhile waits for the death; so does one that faults after it, for a bounded time. A fault in
-/// the report itself ends the process. What was installed before is replaced. Arms the calling thread too.
+/// forbidden system calls, and an uncaught C++ exception, whose fault is where it was thrown; a plain abort() is none, but
+/// waits there while a report is written.
+/// A second thread that faults meanwhile waits for the death, for a minute at most. One that faults after the report, where the
+/// process has outlived it, is reported on Windows and waits on Linux. A fault in the report itself ends the process. What was
+/// installed before is replaced. Arms the calling thread too.
 void hook_faults(fault_report report);
 
 /// Gives the calling thread what it takes to report the overflow of its own stack, until the thread ends: an alternate stack

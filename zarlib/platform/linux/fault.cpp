@@ -24,7 +24,7 @@ constexpr int wait_seconds = 60;
 
 std::atomic<fault_report> s_report{nullptr};
 std::atomic<pid_t> s_reporter{0};
-std::terminate_handler s_next_terminate = nullptr;
+std::atomic<std::terminate_handler> s_next_terminate{nullptr};
 
 void set_default(int signal) {
   struct sigaction action = {};
@@ -50,14 +50,27 @@ void leave_to_the_system(int signal, siginfo_t *info) {
   if (syscall(SYS_rt_tgsigqueueinfo, getpid(), gettid(), signal, info) != 0) raise(signal);
 }
 
+/// @return The action found.
+struct sigaction install(int signal, void (*handler)(int, siginfo_t *, void *)) {
+  struct sigaction action = {}, found = {};
+  action.sa_sigaction = handler;
+  action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+  sigfillset(&action.sa_mask);
+  sigaction(signal, &action, &found);
+  return found;
+}
+
+void on_abort(int, siginfo_t *info, void *context);
+
 void report_fault(siginfo_t *info, void *context, pid_t self) {
   begin_guarding(self);
+  // A heap that finds itself damaged, while a step allocates against the rule, calls abort(); other threads may do so too.
+  install(SIGABRT, on_abort);
   block_or_unblock_faults(SIG_UNBLOCK);
   const fault fault = {info, static_cast<ucontext_t *>(context), self};
   s_report.load()(fault);
   block_or_unblock_faults(SIG_BLOCK);
-  set_default(SIGALRM);
-  set_default(SIGABRT);
+  end_guarding();
 }
 
 void wait_for_death() {
@@ -84,29 +97,20 @@ void on_fault(int signal, siginfo_t *info, void *context) {
   leave_to_the_system(signal, info);
 }
 
-void on_uncaught_exception(int, siginfo_t *info, void *context) { report_once(info, context); }
-
-/// @return The action found.
-struct sigaction install(int signal, void (*handler)(int, siginfo_t *, void *)) {
-  struct sigaction action = {}, found = {};
-  action.sa_sigaction = handler;
-  action.sa_flags = SA_SIGINFO | SA_ONSTACK;
-  sigfillset(&action.sa_mask);
-  sigaction(signal, &action, &found);
-  return found;
-}
+/// In place from an uncaught exception on, or from a report on.
+void on_abort(int, siginfo_t *info, void *context) { report_once(info, context); }
 
 /// An exception that nobody catches: its thrower's frames are still on the stack, below this function. The signal of the coming
 /// death is raised early, once, so that its handler finds the registers in the form that the report knows. A handler that
 /// the program has for that death gets it afterwards.
 [[noreturn]] void on_terminate() {
   if (std::current_exception()) {
-    const struct sigaction found = install(SIGABRT, on_uncaught_exception);
+    const struct sigaction found = install(SIGABRT, on_abort);
     set_mask(SIG_UNBLOCK, {SIGABRT});
     raise(SIGABRT);
     sigaction(SIGABRT, &found, nullptr);
   }
-  if (s_next_terminate) s_next_terminate();
+  if (const std::terminate_handler next = s_next_terminate) next();
   std::abort();
 }
 

@@ -24,8 +24,23 @@ std::atomic<pid_t> s_guarded{0};
 step *s_step = nullptr; // of the guarded thread, as is all below
 int s_timer = 0;
 bool s_has_timer = false;
+struct sigaction s_alarm_action; // the program's own
 
-void on_timeout(int) { break_off_step(); }
+timespec now() {
+  timespec time;
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  return time;
+}
+
+bool is_over(const timespec &deadline) {
+  const timespec time = now();
+  return time.tv_sec != deadline.tv_sec ? time.tv_sec > deadline.tv_sec : time.tv_nsec >= deadline.tv_nsec;
+}
+
+/// The program may have a timer that rings by the same signal; it must not end a step.
+void on_alarm(int) {
+  if (s_guarded == gettid() && s_step && is_over(s_step->deadline)) break_off_step();
+}
 
 /// Lets the timer ring at the end of the innermost step, or not at all.
 void set_timer() {
@@ -36,8 +51,7 @@ void set_timer() {
 }
 
 timespec after(int milliseconds) {
-  timespec time;
-  clock_gettime(CLOCK_MONOTONIC, &time);
+  timespec time = now();
   time.tv_sec += milliseconds / 1000;
   time.tv_nsec += milliseconds % 1000 * 1000000L;
   if (time.tv_nsec >= 1000000000) {
@@ -57,11 +71,9 @@ void leave(const step &done) {
 // The timer is made by the system call: the library's function may allocate, and rings on any thread.
 void begin_guarding(pid_t self) {
   struct sigaction action = {};
-  action.sa_handler = on_timeout;
-  action.sa_flags = SA_ONSTACK;
-  sigaction(SIGALRM, &action, nullptr);
-  // A heap that finds itself damaged, while a step allocates against the rule, calls abort().
-  sigaction(SIGABRT, &action, nullptr);
+  action.sa_handler = on_alarm;
+  action.sa_flags = SA_ONSTACK | SA_RESTART;
+  sigaction(SIGALRM, &action, &s_alarm_action);
 
   sigevent event = {};
   event.sigev_notify = SIGEV_THREAD_ID;
@@ -69,6 +81,12 @@ void begin_guarding(pid_t self) {
   event._sigev_un._tid = self;
   s_has_timer = syscall(SYS_timer_create, CLOCK_MONOTONIC, &event, &s_timer) == 0;
   s_guarded = self;
+}
+
+void end_guarding() {
+  s_guarded = 0;
+  if (s_has_timer) syscall(SYS_timer_delete, s_timer);
+  sigaction(SIGALRM, &s_alarm_action, nullptr);
 }
 
 void break_off_step() {

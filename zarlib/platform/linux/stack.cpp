@@ -41,8 +41,12 @@ _Unwind_Reason_Code visit_from_fault(_Unwind_Context *context, void *argument) {
   return visit(context, argument);
 }
 
-/// Whether the unwinder knows the code there.
-bool is_code(word address) { return _Unwind_FindEnclosingFunction(reinterpret_cast<void *>(address)) != nullptr; }
+/// Whether the unwinder knows the code there. It asks the loader, whose state may be what broke the process.
+bool is_code(word address) {
+  bool known = false;
+  run_guarded(1000, [&] { known = _Unwind_FindEnclosingFunction(reinterpret_cast<void *>(address)) != nullptr; });
+  return known;
+}
 
 /// Walks out of the signal handler that reports, over the frame that the system pushed, into the code that it stopped.
 int walk_through_handler(word pc, word sp, word *frames, int capacity) {

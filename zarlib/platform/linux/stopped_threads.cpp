@@ -24,8 +24,9 @@ std::atomic<size_t> s_count{0};
 std::atomic<bool> s_released{false};
 
 void nap() {
-  const timespec millisecond = {0, 1000000};
-  nanosleep(&millisecond, nullptr);
+  timespec left = {0, 1000000};
+  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
 }
 
 stopped_thread *find(pid_t id) {
@@ -34,11 +35,16 @@ stopped_thread *find(pid_t id) {
   return nullptr;
 }
 
-void on_stop(int, siginfo_t *, void *context) {
+/// Whether the stop has broken off a system call: the thread would see an interruption, and may take it for the end of its wait.
+bool is_interrupted(const ucontext_t &context) { return context.uc_mcontext.gregs[REG_RAX] == -EINTR; }
+
+void on_stop(int, siginfo_t *, void *argument) {
   const int saved_errno = errno;
   if (stopped_thread *const own = find(gettid())) {
-    own->context = static_cast<ucontext_t *>(context);
-    for (int i = 0; i < held_milliseconds && !s_released; ++i) nap();
+    const auto *const context = static_cast<ucontext_t *>(argument);
+    own->context = context;
+    const bool stays = is_interrupted(*context);
+    for (int i = 0; i < held_milliseconds && (stays || !s_released); ++i) nap();
   }
   errno = saved_errno;
 }

@@ -32,7 +32,7 @@ struct stopped_threads {
 /// signal, as those do which wait for signals, goes on. At most 4096 threads are stopped.
 stopped_threads stop_other_threads();
 
-/// Lets them go on.
+/// Lets them go on, but for those that would go on with a system call that failed: they wait for the death, for a minute at most.
 void release_other_threads();
 
 } // namespace zar::platform
