@@ -5,6 +5,14 @@
 
 namespace zar::platform {
 
+/// Compares names of modules without regard to the case of A to Z, whatever the locale: in a Turkish one the run-time
+/// library's own comparison tells I from i.
+inline bool is_same_module_name(const char *a, const char *b) {
+  const auto folded = [](char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; };
+  for (; *a && folded(*a) == folded(*b); ++a, ++b) continue;
+  return folded(*a) == folded(*b);
+}
+
 /// Lists them in the system's order, the program first. A module is the address of its first page.
 /// @return How many were written, at most `capacity`; 0 when the system does not tell. Allocates nothing.
 int list_loaded_modules(HINSTANCE *modules, int capacity);

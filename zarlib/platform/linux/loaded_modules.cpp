@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <string>
-#include <strings.h>
 
 namespace zar::platform {
 
@@ -20,9 +19,9 @@ public:
   bool fits(const elf_module &module) const {
     const char *const path = *module.path() ? module.path() : m_program.c_str();
     const char *const slash = std::strrchr(path, '/');
-    if (strcasecmp(slash ? slash + 1 : path, m_name) == 0) return true;
+    if (is_same_module_name(slash ? slash + 1 : path, m_name)) return true;
     const char *const own = module.own_name();
-    return own && strcasecmp(own, m_name) == 0;
+    return own && is_same_module_name(own, m_name);
   }
 
 private:

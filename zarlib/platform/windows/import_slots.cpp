@@ -1,10 +1,10 @@
 #include "zarlib/platform/import_slots.h"
 
+#include "zarlib/platform/loaded_modules.h"
 #include "zarlib/platform/static_lock.h"
 
 #include <atomic>
 #include <cstdint>
-#include <cstring>
 #include <dbghelp.h>
 #include <mutex>
 #include <psapi.h>
@@ -26,7 +26,8 @@ word *find_bound_addresses(HINSTANCE module, const char *imported_module) {
       ImageDirectoryEntryToData(image, TRUE, IMAGE_DIRECTORY_ENTRY_IMPORT, &size));
   // Settled, callers rely on it: a further table of that name is not looked at.
   for (; row && row->Name; ++row)
-    if (_stricmp(image + row->Name, imported_module) == 0) return reinterpret_cast<word *>(image + row->FirstThunk);
+    if (is_same_module_name(image + row->Name, imported_module))
+      return reinterpret_cast<word *>(image + row->FirstThunk);
   return nullptr;
 }
 

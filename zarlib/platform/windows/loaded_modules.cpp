@@ -1,7 +1,6 @@
 #include "zarlib/platform/loaded_modules.h"
 
 #include <algorithm>
-#include <cstring>
 #include <psapi.h>
 
 namespace zar::platform {
@@ -18,7 +17,7 @@ HINSTANCE find_loaded_module(const char *name) { return GetModuleHandleA(name); 
 
 bool is_module_named(HINSTANCE module, const char *name) {
   char found[MAX_PATH + 1] = {};
-  return K32GetModuleBaseNameA(GetCurrentProcess(), module, found, MAX_PATH) && _stricmp(found, name) == 0;
+  return K32GetModuleBaseNameA(GetCurrentProcess(), module, found, MAX_PATH) && is_same_module_name(found, name);
 }
 
 FARPROC find_exported_function(HINSTANCE module, const char *name) { return GetProcAddress(module, name); }
