@@ -18,6 +18,13 @@ void split(std::string_view text, std::string_view separators, bool keep_empty, 
   }
 }
 
+/// The same where the caller's `text` may be an element of `out`, which moves as `out` grows.
+int split_any(const std::string &text, std::string_view separators, bool keep_empty, std::vector<std::string> &out) {
+  const std::string copy = out.empty() ? std::string() : text;
+  split(out.empty() ? text : copy, separators, keep_empty, out);
+  return static_cast<int>(out.size());
+}
+
 } // namespace
 
 bool sameString(const std::string &a, const std::string &b) { return qx::string_compare(a, b, true) == 0; }
@@ -33,8 +40,7 @@ std::vector<std::string> zarGetWords(const std::string &text) {
 }
 
 int zarGetWords(const std::string &text, std::vector<std::string> &out) {
-  split(text, getTabWhiteSpace(), false, out);
-  return static_cast<int>(out.size());
+  return split_any(text, getTabWhiteSpace(), false, out);
 }
 
 std::vector<std::string> zarTextBreak(const std::string &text, char separator) {
@@ -45,6 +51,5 @@ std::vector<std::string> zarTextBreak(const std::string &text, char separator) {
 
 int zarTextBreak(const std::string &text, char separator, std::vector<std::string> &out) {
   // Settled, callers rely on it: this form keeps empty fields, the other drops them.
-  split(text, {&separator, 1}, true, out);
-  return static_cast<int>(out.size());
+  return split_any(text, {&separator, 1}, true, out);
 }

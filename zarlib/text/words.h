@@ -19,14 +19,15 @@ ZAR_API bool sameStringNC(const std::string &a, const std::string &b);
 /// @return The words between white space (blank, tab, carriage return, line feed); none of them is empty.
 ZAR_API std::vector<std::string> zarGetWords(const std::string &text);
 
-/// Appends the same words to `out`.
+/// Appends the same words to `out`, of which `text` may be an element.
 /// @return The size of `out`, what it held before included.
 ZAR_API int zarGetWords(const std::string &text, std::vector<std::string> &out);
 
 /// @return The fields between `separator`; empty ones are dropped: "a,,b" gives a and b.
 ZAR_API std::vector<std::string> zarTextBreak(const std::string &text, char separator);
 
-/// Appends the fields between `separator` to `out` and, unlike the other form, KEEPS empty ones but for a last one:
-/// "a,,b" gives a, an empty field and b; ",a" an empty field and a; "a," a alone; an empty text none.
+/// Appends the fields between `separator` to `out`, of which `text` may be an element, and, unlike the other form, KEEPS
+/// empty ones but for a last one: "a,,b" gives a, an empty field and b; ",a" an empty field and a; "a," a alone; an
+/// empty text none.
 /// @return The size of `out`, what it held before included.
 ZAR_API int zarTextBreak(const std::string &text, char separator, std::vector<std::string> &out);
