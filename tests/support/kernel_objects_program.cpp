@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
+#include <pthread.h>
+#include <thread>
 
 /// Opens and closes objects under a mutex that the test keeps, over and over, and notes what must not be in the ledger.
 static void churn(const std::string &name) {
@@ -68,11 +70,14 @@ int main(int, char **arguments) {
   const std::string verb = arguments[1], name = arguments[2];
   if (verb == "race") race(name);
   if (verb == "churn") churn(name);
-  if (verb == "hold") { // opens all, takes the mutex, and waits
+  if (verb != "hold") return 0;
+  // Opens all, takes the mutex, and waits, when its first thread has ended; the process has not then.
+  std::thread([name, first = zarGetCurrentThreadId()] {
+    while (zarIsValidThreadID(first)) zarSwitchToThread();
     objects all(name, 100);
     std::printf("%d created, locked %d\n", all.created(), all.mutex.Lock(0));
     std::fflush(stdout);
     all.event.WaitEvent(-1);
-  }
-  return 0;
+  }).detach();
+  pthread_exit(nullptr);
 }

@@ -23,7 +23,8 @@ ZAR_API int zarIsValidThreadID(unsigned long id);
 /// zarIsValidThreadID() under another name.
 ZAR_API int zarIsValidTaskID(unsigned long id);
 
-/// Sleeps at least so many milliseconds.
+/// Sleeps at least so many milliseconds. 0 gives the rest of the time slice away, -1 sleeps without end, any other number counts
+/// as unsigned.
 ZAR_API void zarDelay(int ms);
 /// zarDelay() under another name.
 ZAR_API void zarSleep(int ms);
@@ -31,7 +32,8 @@ ZAR_API void zarSleep(int ms);
 /// Lets another thread run; where none was ready, sleeps for a millisecond.
 ZAR_API void zarSwitchToThread();
 
-/// Adds 1 or takes 1 away in one step that no other thread can divide, sequentially consistent. @return The new value.
+/// Adds 1 or takes 1 away in one step that no other thread can divide, sequentially consistent; wraps in
+/// 32 bits. @return The new value.
 ZAR_API int zarInterlockedIncrement(int &value);
 ZAR_API int zarInterlockedDecrement(int &value);
 

@@ -13,16 +13,16 @@ unsigned long current_thread_id();
 /// asked for cannot have stored one.
 bool is_current_thread(unsigned long id);
 
-/// Whether the id belongs to a process that has not ended; one that only waits to be reaped has ended.
+/// Whether the id belongs to a process of which any thread has not ended; one that only waits to be reaped has ended.
 bool process_is_alive(unsigned long id);
 
 /// The same for a thread of any process.
 bool thread_is_alive(unsigned long id);
 
-/// Sleeps at least so long; 0 or less gives the rest of the time slice away.
+/// Sleeps at least so long. 0 gives the rest of the time slice away, -1 sleeps without end, any other number counts as unsigned.
 void sleep_milliseconds(int milliseconds);
 
-/// Lets another thread run, if one is ready. @return Whether one was, as far as the system tells.
+/// Lets another thread run, if one is ready for this processor. @return Whether one was, as far as the system tells.
 bool yield_thread();
 
 } // namespace zar::platform

@@ -9,7 +9,7 @@
 
 namespace zar::platform {
 
-std::string executable_path() { return executable_of("self"); }
+std::string executable_path() { return executable_of("thread-self"); }
 
 std::string current_directory() {
   // The C library allocates what the path needs, of any length.

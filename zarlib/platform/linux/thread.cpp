@@ -4,9 +4,11 @@
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace zar::platform {
@@ -28,16 +30,36 @@ void forget_ids() {
 // A forked child has a new id, and its first thread too; the other threads do not exist there.
 const int fork_watch = pthread_atfork(nullptr, nullptr, forget_ids);
 
-/// The state letter and the thread group of a /proc status file.
-bool read_status(const char *path, char &state, unsigned long &group) {
+/// What /proc tells of a thread, and of the process that it belongs to.
+struct life {
+  char state = 0; ///< its letter; 0 when there is no such thread
+  unsigned long process = 0;
+  unsigned long threads = 0; ///< of the process; the first is counted to the end, even when it ends before the others
+
+  bool thread_runs() const { return state != 0 && state != 'Z' && state != 'X' && state != 'x'; }
+};
+
+/// /proc answers for any thread under its own number, although it lists only the first of each process.
+life life_of(unsigned long id) {
+  char path[64];
+  std::snprintf(path, sizeof path, "/proc/%lu/status", id);
   const status_file status(path);
-  const char *const state_text = status.value_of("\nState:");
-  const char *const group_text = status.value_of("\nTgid:");
-  return state_text && group_text && std::sscanf(state_text, " %c", &state) == 1 &&
-         std::sscanf(group_text, " %lu", &group) == 1;
+  const auto number = [&](const char *line) {
+    const char *const text = status.value_of(line);
+    return text ? std::strtoul(text, nullptr, 10) : 0;
+  };
+  life result;
+  if (const char *const text = status.value_of("\nState:")) std::sscanf(text, " %c", &result.state);
+  result.process = number("\nTgid:");
+  result.threads = number("\nThreads:");
+  return result;
 }
 
-bool runs(char state) { return state != 'Z' && state != 'X' && state != 'x'; }
+/// How often the processor has gone from this thread to another.
+long switches() {
+  rusage usage;
+  return getrusage(RUSAGE_THREAD, &usage) == 0 ? usage.ru_nvcsw + usage.ru_nivcsw : 0;
+}
 
 } // namespace
 
@@ -55,33 +77,29 @@ unsigned long current_thread_id() {
 bool is_current_thread(unsigned long id) { return id != 0 && id == t_id; }
 
 bool process_is_alive(unsigned long id) {
-  char path[64], state = 0;
-  unsigned long group = 0;
-  std::snprintf(path, sizeof path, "/proc/%lu/status", id);
-  return read_status(path, state, group) && group == id && runs(state);
+  const life found = life_of(id);
+  return found.process == id && (found.thread_runs() || found.threads > 1);
 }
 
-bool thread_is_alive(unsigned long id) {
-  // /proc answers for any thread under its own number, although it lists only the group leaders.
-  char path[64], state = 0;
-  unsigned long group = 0;
-  std::snprintf(path, sizeof path, "/proc/%lu/status", id);
-  return read_status(path, state, group) && runs(state);
-}
+bool thread_is_alive(unsigned long id) { return life_of(id).thread_runs(); }
 
 void sleep_milliseconds(int milliseconds) {
-  if (milliseconds <= 0) {
+  if (milliseconds == 0) {
     sched_yield();
     return;
   }
-  timespec left = {milliseconds / 1000, milliseconds % 1000 * 1000000L};
-  while (nanosleep(&left, &left) != 0) {
-  }
+  const auto count = static_cast<unsigned>(milliseconds);
+  do {
+    timespec left = {count / 1000, count % 1000 * 1000000L};
+    while (nanosleep(&left, &left) != 0) {
+    }
+  } while (milliseconds == -1);
 }
 
 bool yield_thread() {
+  const long before = switches();
   sched_yield();
-  return true;
+  return switches() != before;
 }
 
 } // namespace zar::platform

@@ -42,7 +42,6 @@ bool thread_is_alive(unsigned long id) {
   return alive;
 }
 
-// A negative time asks for no end, as the system's own call understands it.
 void sleep_milliseconds(int milliseconds) { Sleep(static_cast<DWORD>(milliseconds)); }
 
 bool yield_thread() { return SwitchToThread() != FALSE; }
