@@ -32,9 +32,9 @@ void zarSwitchToThread() {
   if (!zar::platform::yield_thread()) zar::platform::sleep_milliseconds(1);
 }
 
-int zarInterlockedIncrement(int &value) { return std::atomic_ref<int>(value).fetch_add(1) + 1; }
+int zarInterlockedIncrement(int &value) { return ++std::atomic_ref<int>(value); }
 
-int zarInterlockedDecrement(int &value) { return std::atomic_ref<int>(value).fetch_sub(1) - 1; }
+int zarInterlockedDecrement(int &value) { return --std::atomic_ref<int>(value); }
 
 void zarAbort() { std::abort(); }
 
