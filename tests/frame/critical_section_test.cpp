@@ -34,6 +34,7 @@ TEST(ThreadLock, NestsExcludesAndAbortsWhenAStrangerUnlocks) {
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t)
     threads.emplace_back([&] {
+      errno = 0;
       for (int i = 0; i < 20000; ++i) {
         lock.Lock();
         lock.Lock();
@@ -41,6 +42,7 @@ TEST(ThreadLock, NestsExcludesAndAbortsWhenAStrangerUnlocks) {
         ++plain_counter; // still held once
         lock.Unlock();
       }
+      EXPECT_EQ(errno, 0) << "may be asked after a line of trace";
     });
   for (auto &thread : threads) thread.join();
   EXPECT_EQ(plain_counter, 80000);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cerrno>
 #include <linux/futex.h>
 #include <sys/single_threaded.h>
 #include <sys/syscall.h>
@@ -48,7 +49,9 @@ private:
   }
 
   [[gnu::noinline]] void futex(int operation, int value) {
+    const int kept = errno; // callers may take a lock between a failure and the look at its cause
     syscall(SYS_futex, reinterpret_cast<int *>(&m_word), operation | FUTEX_PRIVATE_FLAG, value, nullptr, nullptr, 0);
+    errno = kept;
   }
 
   std::atomic<int> m_word{0};
