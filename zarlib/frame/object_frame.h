@@ -56,14 +56,11 @@ public:
 
   /// Opens mutex and block under the one name; waits without limit for another opener to finish its construction.
   /// @param size  Bytes of the block, should it be new. One that T does not fit in is refused to the creator.
-  /// @return 1; or 0 with mutex and block closed again.
+  /// @return 1; or 0 with mutex and block closed again, as they are when T's constructor throws.
   int OpenShareObject(const std::string &name, int size) {
     if (!m_mutex.OpenMutexA(name)) return 0;
-    m_mutex.Lock(-1);
-    const int opened = OpenMapFileObject(name, size);
-    m_mutex.Unlock();
-    if (!opened) m_mutex.CloseMutex();
-    return opened;
+    const opening turn(*this);
+    return OpenMapFileObject(name, size);
   }
 
   /// Lets go of the block, under the mutex, then of the mutex.
@@ -101,16 +98,31 @@ protected:
   T *m_object = nullptr; // null while closed
 
 private:
+  /// Holds the mutex while the frame opens. One that came to no object, be it by an exception, is closed before anybody else looks.
+  class opening {
+  public:
+    explicit opening(ipcObjectFrame &opened) : m_frame(opened) { m_frame.m_mutex.Lock(-1); }
+    opening(const opening &) = delete;
+    opening &operator=(const opening &) = delete;
+    ~opening() {
+      if (!m_frame.m_object) m_frame.m_mapFile.CloseMapFile();
+      m_frame.m_mutex.Unlock();
+      if (!m_frame.m_object) m_frame.m_mutex.CloseMutex();
+    }
+
+  private:
+    ipcObjectFrame &m_frame;
+  };
+
   /// Opens the block and, as its creator, constructs the object. REQUIRES: the mutex is held.
   int OpenMapFileObject(const std::string &name, int size) {
     void *const block = m_mapFile.OpenMapFile(name, size);
     const bool fits = size >= 0 && static_cast<unsigned>(size) >= sizeof(T);
-    if (!block || (m_mapFile.IsCreateByMe() && !fits)) {
-      m_mapFile.CloseMapFile();
-      return 0;
+    if (!block || (m_mapFile.IsCreateByMe() && !fits)) return 0;
+    if (!m_mapFile.IsCreateByMe()) {
+      m_object = static_cast<T *>(block);
+      return 1;
     }
-    m_object = static_cast<T *>(block);
-    if (!m_mapFile.IsCreateByMe()) return 1;
     m_object = new (block) T();
     m_mapFile.Flush();
     return 1;
