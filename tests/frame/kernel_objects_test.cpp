@@ -11,6 +11,7 @@
 
 #ifndef _WIN32
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -156,6 +157,16 @@ TEST(KernelObjects, SurviveKillsOfRandomHolders) {
 }
 
 #ifndef _WIN32
+
+TEST(KernelObjectsOnLinux, LiveInAForkedChildWhenItsParentHasClosedThem) {
+  auto all = std::make_unique<objects>(own_name("k"), 8);
+  all->mutex.Lock(-1);
+  const pid_t forked = fork();
+  while (forked == 0) pause();
+  all.reset();
+  EXPECT_EQ(start({"hold", own_name("k")})->read_line(), "0 created, locked 0") << "by the thread that closed it";
+  kill(forked, SIGKILL);
+}
 
 TEST(KernelObjectsOnLinux, DeadFilesAreSweptAndStrangersRefused) {
   const std::string prefix = folder + "/Local%5Cmapfile_", path = prefix + own_name("x");

@@ -49,7 +49,10 @@ descriptor lock_folder(const char *path) {
     struct stat status;
     if (fstat(folder.get(), &status) != 0 || !belongs_to_us_alone(status)) return descriptor(-1);
     if (!lock_file(folder.get(), LOCK_EX)) return descriptor(-1);
-    if (still_stands(status, path)) return folder;
+    if (!still_stands(status, path)) continue;
+    // Its maker's umask may have taken rights from the owner too.
+    const bool usable = (status.st_mode & S_IRWXU) == S_IRWXU || fchmod(folder.get(), S_IRWXU) == 0;
+    return usable ? std::move(folder) : descriptor(-1);
   }
 }
 
@@ -111,8 +114,10 @@ object_directory::held_file object_directory::open(const std::string &file_name)
 
 descriptor object_directory::create(const std::string &file_name) const {
   const int how = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  descriptor file(openat(m_folder.get(), file_name.c_str(), how, S_IRUSR | S_IWUSR));
-  if (!file || lock_file(file.get(), LOCK_SH | LOCK_NB)) return file;
+  constexpr mode_t rights = S_IRUSR | S_IWUSR;
+  descriptor file(openat(m_folder.get(), file_name.c_str(), how, rights));
+  // Once more, whatever the umask says.
+  if (!file || (fchmod(file.get(), rights) == 0 && lock_file(file.get(), LOCK_SH | LOCK_NB))) return file;
   remove(file_name);
   return descriptor(-1);
 }

@@ -4,7 +4,6 @@
 
 #include <cstring>
 #include <optional>
-#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <tuple>
@@ -65,9 +64,16 @@ bool set_aside(int file, std::uint64_t bytes) {
   return result == 0;
 }
 
-void *map_data(int file, const object_header &header) {
-  void *const data = mmap(nullptr, header.data_bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file,
-                          static_cast<off_t>(header.data_offset));
+/// The same file, opened apart: without a share in the lock.
+descriptor open_apart(int file) {
+  return descriptor(open(("/proc/thread-self/fd/" + std::to_string(file)).c_str(), O_RDWR | O_CLOEXEC));
+}
+
+void *map_data(int file, const object_type &type, const object_header &header) {
+  // A view keeps its open file and, with it, the lock. One that may outlive its handles must not.
+  const descriptor apart = type.is_pinned ? open_apart(file) : descriptor(-1);
+  void *const data = mmap(nullptr, header.data_bytes, PROT_READ | PROT_WRITE, MAP_SHARED,
+                          type.is_pinned ? apart.get() : file, static_cast<off_t>(header.data_offset));
   return data == MAP_FAILED ? nullptr : data;
 }
 
@@ -102,7 +108,7 @@ void *make_object(int file, const object_type &type, const std::string &name, co
   if (!set_aside(file, header.data_offset + header.data_bytes)) return nullptr;
   if (!write_at(file, &header, sizeof header, 0) || !write_at(file, name.data(), name.size(), sizeof header))
     return nullptr;
-  void *const data = map_data(file, header);
+  void *const data = map_data(file, type, header);
   if (!data) return nullptr;
   if (type.prepare) type.prepare(data);
   if (write_at(file, object_magic, sizeof object_magic, 0)) return data;
@@ -146,7 +152,7 @@ std::shared_ptr<shared_object> shared_object::open(const object_type &type, cons
   if (found.state == object_directory::finding::refused) return nullptr;
   if (found.state == object_directory::finding::alive && !is_half_made(found.file.get())) {
     const auto header = read_header(found.file.get(), type, name);
-    void *const data = header ? map_data(found.file.get(), *header) : nullptr;
+    void *const data = header ? map_data(found.file.get(), type, *header) : nullptr;
     return data ? remember(std::move(found.file), data, header->data_bytes) : nullptr;
   }
 
@@ -174,7 +180,6 @@ shared_object::~shared_object() {
   if (known != known_objects().end() && known->second.expired()) known_objects().erase(known);
 
   const object_directory directory;
-  if (stays) flock(m_file.get(), LOCK_UN); // a view keeps its file open, and with it the lock
   { const descriptor closing(m_file.release()); }
   if (!directory) return;
   directory.remove_if_dead(object_file_name(m_name));
