@@ -112,7 +112,7 @@ private:
 /// A block of memory that several processes see, each at an address of its own.
 ///
 ///                  closed                             open
-///     OpenMapFile  opens; stays closed on null        REQUIRES: not called; the first handle would be kept until the process ends
+///     OpenMapFile  opens; close it also after null    REQUIRES: not called; the first handle would be kept until the process ends
 ///     CloseMapFile nothing                            closed; the view is gone
 ///     getData      null                               the view
 ///     IsCreateByMe as the last open left it           1 for the creator, else 0

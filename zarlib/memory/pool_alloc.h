@@ -95,7 +95,8 @@ public:
   ///         after the dump: ask find_big_enough_cell() first.
   void *realloc(void *p, int bytes);
 
-  /// @return The payload of p's cell: what was asked for, rounded, and up to 12 bytes more.
+  /// @return The payload of p's cell: what was asked for, rounded, and up to 12 bytes more; all
+  ///         that it was joined with where realloc() has grown it in place.
   int get_available_bytes(void *p) const;
 
   /// @return Whether the cell that p would be the payload of starts inside the pool. Nothing else is looked at.
