@@ -47,6 +47,8 @@ TEST(FrameAtTheEdges, ServesToTheEndAndAbortsOnReentry) {
   const harness::child_result late = harness::run("frame_exit_program");
   EXPECT_EQ(late.exit_code, 0) << late.error;
   EXPECT_NE(late.output.find("kept 42"), std::string::npos) << late.output;
+  EXPECT_NE(late.error.find("memory alloc(2) and free("), std::string::npos)
+      << "the one block and the other, " << late.error;
 #ifndef _WIN32 // the program gets between the library and its heap
   const harness::child_result again = harness::run("frame_exit_program", {"re-enter"});
   EXPECT_NE(again.exit_code, 0);

@@ -1,9 +1,6 @@
 #include "zarlib/memory/dymic_alloc.h"
 
-#include "tests/support/harness/child_process.h"
-#include "tests/support/harness/files.h"
-
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <thread>
 
@@ -23,10 +20,4 @@ TEST(DymicAlloc, CountsEveryCallAlsoAmongThreads) {
     work(), other.join();
   }
   EXPECT_TRUE(counts[3] - counts[0] == 20000 && counts[4] - counts[1] == 20002) << counts[5];
-}
-
-TEST(DymicAlloc, CountsFromTheFirstCallToTheLastStaticDestructor) {
-  const harness::child_result result = harness::run("heap_balance");
-  EXPECT_THAT(harness::lines_of(result.error),
-              testing::ElementsAre("memory alloc(1) and free(1) leak(0)", "memory alloc(3) and free(3) leak(0)"));
 }

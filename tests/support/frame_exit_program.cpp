@@ -27,6 +27,7 @@ static struct late_user {
   ~late_user() {
     again.OpenShareObject("late", sizeof(int));
     std::printf("kept %d\n", again.getObject());
+    baseDymicAlloc::dump();
   }
 } user;
 
