@@ -107,7 +107,7 @@ int send_fault(int a) {
     while (std::filesystem::is_empty(zarGetAppDocPath() + "/log")) continue;
     std::abort();
   }).detach();
-  return kill(getpid(), SIGBUS) + a;
+  return raise(SIGBUS) + a; // to this thread, which kill() leaves to the system
 }
 
 /// Faults in the heap, which then hangs whoever asks it for more; behind it where a sanitizer owns the heap.

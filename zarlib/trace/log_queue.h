@@ -48,6 +48,7 @@ ZAR_API int qxGetLog(TraceNode &node);
 /// Takes all records, oldest first: a pass over them that sets links, and for each its place in the list, where the batch before has
 /// not left one. Records and places of that batch serve again, so a steady flow allocates nothing.
 /// @param nodes         DELETES the records that it holds, then receives the new ones: hand the batch before back in it.
+///                      To keep a record, leave null in its place.
 /// @param milliseconds  How long to wait for a first record, once and for no more than 10 days; 0 and below not at all. It may
 ///                      come back early without any, as where several consumers wait and another was faster.
 /// @return How many there are, 0 included.
