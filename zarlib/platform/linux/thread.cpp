@@ -89,11 +89,12 @@ void sleep_milliseconds(int milliseconds) {
     return;
   }
   const auto count = static_cast<unsigned>(milliseconds);
-  do {
+  for (;;) {
     timespec left = {count / 1000, count % 1000 * 1000000L};
     while (nanosleep(&left, &left) != 0) {
     }
-  } while (milliseconds == -1);
+    if (milliseconds != -1) return;
+  }
 }
 
 bool yield_thread() {
