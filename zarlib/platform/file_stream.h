@@ -27,7 +27,7 @@ bool write_rest(std::FILE *stream, const void *data, size_t size, long long arri
 /// it.
 ///
 /// Inline, because a return from a function that was entered before a system call is slow, and every log line comes here.
-inline bool write_all(std::FILE *stream, const void *data, size_t size) {
+[[gnu::always_inline]] inline bool write_all(std::FILE *stream, const void *data, size_t size) {
   const long long arrived = write_once(stream, data, size);
   return arrived == static_cast<long long>(size) || write_rest(stream, data, size, arrived);
 }
