@@ -154,3 +154,12 @@ TEST(XmlDocument, HugeShapesAreReadAndWrittenInOnePass) {
   for (int i = 0; i < 200000; ++i) attributes += " k" + std::to_string(i) + "='v'";
   EXPECT_EQ(chXmlDocument::ParseDocument(attributes + " k7='last'/>").getChildElement().GetAttributeCount(), 200000);
 }
+
+TEST(XmlDocument, AnOverriddenReaderServesOnlyItsOwnObject) {
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+  struct bracketing : chXmlElement {
+    std::string parseContent(const std::string &text) override { return "[" + chXmlElement::parseContent(text) + "]"; }
+  } element;
+  chXmlObject &object = element;
+  EXPECT_EQ(object.parseContent("a><b>x</b></a> rest "), "[rest]");
+}
