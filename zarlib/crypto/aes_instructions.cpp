@@ -14,6 +14,9 @@ using zar::aes_block;
 
 /// Registers of state that are worked on at once: enough to hide how long one instruction takes, with one left for the key.
 constexpr size_t in_flight = sizeof(void *) == 8 ? 8 : 6;
+/// The same for wide registers. With more than four GCC 12 runs out of the registers of 32-bit systems and leaves states on the stack,
+/// which together with the cipher text give the key.
+constexpr size_t wide_in_flight = sizeof(void *) == 8 ? 8 : 4;
 
 enum class direction { encipher, decipher };
 
@@ -100,21 +103,21 @@ template <direction way>
 template <direction way>
 [[gnu::target("avx2,vaes"), gnu::force_align_arg_pointer]] void
 run_256(const unsigned char *keys, int rounds, const unsigned char *in, unsigned char *out, size_t blocks) {
-  constexpr size_t group = in_flight * 2;
+  constexpr size_t group = wide_in_flight * 2;
   for (; blocks >= group; blocks -= group, in += group * aes_block, out += group * aes_block) {
     const auto *from = reinterpret_cast<const __m256i_u *>(in);
     auto *to = reinterpret_cast<__m256i_u *>(out);
-    __m256i state[in_flight], key = key_256(keys);
+    __m256i state[wide_in_flight], key = key_256(keys);
 #pragma GCC unroll 8
-    for (size_t i = 0; i < in_flight; ++i) state[i] = _mm256_xor_si256(_mm256_loadu_si256(from + i), key);
+    for (size_t i = 0; i < wide_in_flight; ++i) state[i] = _mm256_xor_si256(_mm256_loadu_si256(from + i), key);
     for (int round = 1; round < rounds; ++round) {
       key = key_256(keys + static_cast<size_t>(round) * aes_block);
 #pragma GCC unroll 8
-      for (size_t i = 0; i < in_flight; ++i) state[i] = round_256<way>(state[i], key);
+      for (size_t i = 0; i < wide_in_flight; ++i) state[i] = round_256<way>(state[i], key);
     }
     key = key_256(keys + static_cast<size_t>(rounds) * aes_block);
 #pragma GCC unroll 8
-    for (size_t i = 0; i < in_flight; ++i) _mm256_storeu_si256(to + i, last_round_256<way>(state[i], key));
+    for (size_t i = 0; i < wide_in_flight; ++i) _mm256_storeu_si256(to + i, last_round_256<way>(state[i], key));
   }
   _mm256_zeroupper(); // the compiler leaves it out in front of a function that it knows; without it SSE code halves its speed
   run_128<way>(keys, rounds, in, out, blocks);
@@ -139,19 +142,19 @@ template <direction way>
 template <direction way>
 [[gnu::target("avx512f,vaes"), gnu::force_align_arg_pointer]] void
 run_512(const unsigned char *keys, int rounds, const unsigned char *in, unsigned char *out, size_t blocks) {
-  constexpr size_t group = in_flight * 4;
+  constexpr size_t group = wide_in_flight * 4;
   for (; blocks >= group; blocks -= group, in += group * aes_block, out += group * aes_block) {
-    __m512i state[in_flight], key = key_512(keys);
+    __m512i state[wide_in_flight], key = key_512(keys);
 #pragma GCC unroll 8
-    for (size_t i = 0; i < in_flight; ++i) state[i] = _mm512_xor_si512(_mm512_loadu_si512(in + i * 64), key);
+    for (size_t i = 0; i < wide_in_flight; ++i) state[i] = _mm512_xor_si512(_mm512_loadu_si512(in + i * 64), key);
     for (int round = 1; round < rounds; ++round) {
       key = key_512(keys + static_cast<size_t>(round) * aes_block);
 #pragma GCC unroll 8
-      for (size_t i = 0; i < in_flight; ++i) state[i] = round_512<way>(state[i], key);
+      for (size_t i = 0; i < wide_in_flight; ++i) state[i] = round_512<way>(state[i], key);
     }
     key = key_512(keys + static_cast<size_t>(rounds) * aes_block);
 #pragma GCC unroll 8
-    for (size_t i = 0; i < in_flight; ++i) _mm512_storeu_si512(out + i * 64, last_round_512<way>(state[i], key));
+    for (size_t i = 0; i < wide_in_flight; ++i) _mm512_storeu_si512(out + i * 64, last_round_512<way>(state[i], key));
   }
   _mm256_zeroupper(); // the compiler leaves it out in front of a function that it knows; without it SSE code halves its speed
   run_128<way>(keys, rounds, in, out, blocks);
