@@ -105,9 +105,9 @@ void receive_buffer::settle() {
 void receive_buffer::join() {
   m_front.resize(m_front_end);
   m_front.erase(m_front.begin(), m_front.begin() + static_cast<ptrdiff_t>(m_front_begin));
-  m_front.insert(m_front.end(), m_back.begin(), m_back.begin() + static_cast<ptrdiff_t>(m_back_end));
-  m_front_begin = m_back_end = 0;
-  m_front_end = m_front.size();
+  m_front_end -= std::exchange(m_front_begin, 0);
+  m_front.insert(m_front.end(), m_back.begin(), m_back.begin() + static_cast<ptrdiff_t>(m_back_end)); // may throw
+  m_front_end += std::exchange(m_back_end, 0);
 }
 
 } // namespace zar
