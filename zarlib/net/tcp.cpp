@@ -158,7 +158,7 @@ int chSocketTCP::selectAndReceive(int maxBytes, int timeoutMs) {
 
 int chSocketTCP::ReceiveToBuffer(int timeoutMs) {
   if (m_bConnected && m_Buffer->empty()) selectAndReceive(stream_read, timeoutMs);
-  if (!m_Buffer->empty()) return static_cast<int>(m_Buffer->size());
+  if (!m_Buffer->empty()) return static_cast<int>(std::min<size_t>(m_Buffer->size(), 0x7FFFFFFF));
   return m_bConnected ? 0 : -1;
 }
 

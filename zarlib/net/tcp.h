@@ -71,10 +71,10 @@ public:
   int selectAndReceive(int maxBytes, int timeoutMs);
 
   /// With an empty buffer waits as selectAndReceive(65535, timeoutMs), else does not touch the socket.
-  /// @return The count of bytes in the buffer; 0; -1 when there are none and the connection is dead.
+  /// @return The count of bytes in the buffer, 2147483647 for more; 0; -1 when there are none and the connection is dead.
   int ReceiveToBuffer(int timeoutMs);
 
-  /// ReceiveToBuffer(); `out` then takes the whole buffer. Below 1, `out` is untouched.
+  /// ReceiveToBuffer(); `out` then takes so many bytes, that is the whole buffer but for more than 2147483647. Below 1, `out` is untouched.
   int ReceiveStream(std::vector<unsigned char> &out, int timeoutMs);
 
   /// Waits for `size` bytes and takes them, or what has come when the time is over or the connection dead.
