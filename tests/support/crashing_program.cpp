@@ -25,7 +25,7 @@
 namespace {
 
 // A sanitizer would see these faults coming, and end the program in its own way.
-#define UNSEEN [[gnu::noinline, gnu::no_sanitize("undefined")]]
+#define UNSEEN [[gnu::noinline]] __attribute__((no_sanitize("undefined")))
 
 volatile int zero = 0, seven = 7;
 int *volatile nowhere = nullptr;
@@ -42,6 +42,8 @@ UNSEEN int call_nowhere(int a) { return no_function(a) + 1; }
   room[0] = static_cast<char>(a);
   return (zero ? 0 : overflow(a + 1)) + room[0];
 }
+
+[[gnu::noinline]] int stop_here(int) { __builtin_trap(); }
 
 int print_stack(int) { return std::printf("%s", zarReadStack(-1).c_str()) < 0; }
 
@@ -130,7 +132,7 @@ const std::map<std::string, int (*)(int)> ways = {
     {"divide", divide},
     {"call", call_nowhere},
     {"overflow", overflow},
-    {"illegal", [](int) -> int { __builtin_trap(); }},
+    {"illegal", stop_here},
     {"together", fault_together},
 #ifndef _WIN32
     {"overflow_on_thread", overflow_on_thread},

@@ -121,7 +121,7 @@ private:
   unsigned short m_port; // network byte order
   unsigned m_ipv4;       // the address of IPv4; the flow information of IPv6
   unsigned char m_ipv6[16];
-  unsigned m_scope;
+  [[maybe_unused]] unsigned m_scope;
 };
 
 /// @return Whether the text is four numbers below 256 with dots between them, in at most 15 characters. Blanks and a plus sign ahead of
