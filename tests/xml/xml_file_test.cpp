@@ -62,8 +62,9 @@ TEST(XmlFile, SavesUnderItsOwnNameOrAnother) {
   file.SaveToFile(folder / "copy \xC3\xA9");
   EXPECT_EQ(layout_of(folder.path()), "1--") << "the other file, not this one";
   EXPECT_EQ(harness::read_file(folder / "copy \xC3\xA9"), file.ExportToText(false));
+  std::filesystem::permissions(folder / "f", std::filesystem::perms(0444)); // replaced all the same
   file.SaveToFile("");
-  EXPECT_EQ(harness::read_file(folder / "f"), file.ExportToText(false)) << "the name of the load, still";
+  EXPECT_TRUE(harness::read_file(folder / "f") == file.ExportToText(false) && !pathFileExist(folder / "f.old"));
   chXmlFile().SaveToFile(""); // no name at all: nothing to write to
 }
 
@@ -88,8 +89,7 @@ TEST(XmlFile, SurvivesAKillAtAnyMoment) {
     }
     inside_a_save += pathFileExist(folder / "f.new") || pathFileExist(folder / "f.old");
   }
-  EXPECT_GT(done, 0);
-  EXPECT_GT(inside_a_save, 0);
+  EXPECT_TRUE(done > 0 && inside_a_save > 0);
 }
 
 #ifdef __linux__

@@ -15,4 +15,7 @@ void create_like(const std::string &path, const std::string &model);
 /// wait for that. Where the system keeps a log of such changes, in their order, nothing is done.
 void force_names(const std::string &path);
 
+/// Removes the file that was replaced, also where it is marked as read-only and the system keeps such files.
+void remove_replaced(const std::string &path);
+
 } // namespace zar::platform

@@ -33,7 +33,7 @@ void replace_text(const std::string &target, const std::string &text) {
   pathRenameFile(fresh, target);
   if (!pathFileExist(target)) return;
   zar::platform::force_names(target);
-  pathRemoveFile(old);
+  zar::platform::remove_replaced(old);
 }
 
 /// Completes a save that was cut short.
@@ -43,7 +43,7 @@ void recover(const std::string &name) {
     pathRenameFile(fresh, name);                              // fails without harm when it had been moved in
     if (!pathFileExist(name) && pathFileExist(fresh)) return; // refused: both stay for the next load
     zar::platform::force_names(name);
-    pathRemoveFile(old);
+    zar::platform::remove_replaced(old);
   }
   if (pathFileExist(fresh)) pathRemoveFile(fresh);
 }

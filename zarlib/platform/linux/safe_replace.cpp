@@ -1,5 +1,6 @@
 #include "zarlib/platform/safe_replace.h"
 
+#include "zarlib/platform/files.h"
 #include "zarlib/platform/linux/descriptor.h"
 
 #include <sys/stat.h>
@@ -26,5 +27,7 @@ void force_names(const std::string &path) {
   const descriptor names(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (names) fsync(names.get());
 }
+
+void remove_replaced(const std::string &path) { remove_file(path); }
 
 } // namespace zar::platform
