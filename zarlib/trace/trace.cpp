@@ -9,7 +9,9 @@
 #include "zarlib/trace/option_text.h"
 #include "zarlib/trace/tracer_manager.h"
 
+#include <cinttypes>
 #include <cstdarg>
+#include <cstdint>
 
 namespace {
 
@@ -76,9 +78,8 @@ void zarTraceObject(const std::string &name, const std::string &value) {
 
 void zarTraceObject(const std::string &name, const void *pointer) {
   if (!is_written(trace_level)) return;
-  // Not a literal: compilers warn of a precision for an address, which both run-time libraries take for a least number of digits.
-  const std::string format = "%s = %.8p";
-  zarTrace(trace_level, format.c_str(), name.c_str(), pointer);
+  // As a number: each run-time library writes an address, and null, in its own way.
+  zarTrace(trace_level, "%s = %.8" PRIXPTR, name.c_str(), reinterpret_cast<std::uintptr_t>(pointer));
 }
 
 void zarWarningMessage(const char *file, int line, const char *format, ...) {

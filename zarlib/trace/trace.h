@@ -33,7 +33,7 @@ extern "C" ZAR_API void tracePrintf(const char *format, ...) ZAR_PRINTF(1, 2);
 /// Writes name = "value" at level 9. Beware of two literals: a `const char *` as the value is taken for a pointer, below.
 ZAR_API void zarTraceObject(const std::string &name, const std::string &value);
 
-/// Writes name = address at level 9, with at least 8 digits.
+/// Writes name = address at level 9, in upper-case hexadecimal digits without a prefix, at least 8 of them: null is 00000000.
 ZAR_API void zarTraceObject(const std::string &name, const void *pointer);
 
 /// A warning, whatever the level in force: "[W:] file(line): seconds.microseconds (process:thread)", and the message right behind
