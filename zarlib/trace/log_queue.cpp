@@ -170,8 +170,9 @@ int qxGetLog(TraceNode &node) {
   if (!record) return left;
   // Settled, callers rely on it: a text ends at its first NUL here, and nowhere else.
   for (std::string *const text : {&record->module, &record->text}) text->resize(std::strlen(text->c_str()));
-  node = *record;
-  log.spare.give_back({record});
+  std::swap(node, *record); // a copy could fail, and the record is out of the queue
+  record->thread = node.thread;
+  log.spare.give_back(*record);
   return left;
 }
 

@@ -39,7 +39,7 @@ void spare_records::give_back(const std::list<TraceNode *> &records) {
     int count = 0;
     for (; at != records.end() && *at && &slot_of((*at)->thread) == &home; ++at) {
       TraceNode &record = **at;
-      if (count >= room || record.module.capacity() + record.text.capacity() > most_bytes) {
+      if (count >= room || !is_kept(record)) {
         delete &record;
         continue;
       }
@@ -49,6 +49,12 @@ void spare_records::give_back(const std::list<TraceNode *> &records) {
     }
     if (first && !attach(home, *first, *last, count)) delete_chain(first);
   }
+}
+
+void spare_records::give_back(TraceNode &record) {
+  slot &home = slot_of(record.thread);
+  const bool room = home.count.load(std::memory_order_relaxed) < most_in_slot;
+  if (!room || !is_kept(record) || !attach(home, record, record, 1)) delete &record;
 }
 
 bool spare_records::attach(slot &home, TraceNode &first, TraceNode &last, int count) {

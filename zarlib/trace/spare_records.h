@@ -29,6 +29,9 @@ public:
   /// Takes all records of the list, whose pointers are dead from then on; null ones are passed over.
   void give_back(const std::list<TraceNode *> &records);
 
+  /// Takes one record, which is gone from then on. Never fails.
+  void give_back(TraceNode &record);
+
 private:
   static constexpr int slots = 16, most_in_slot = 2048;
   static constexpr size_t most_bytes = 256; ///< of the texts of a record that is kept
@@ -42,6 +45,9 @@ private:
 
   // The ids of one system rise by 1, those of the other by 4.
   slot &slot_of(unsigned long thread) { return m_slots[(thread ^ thread >> 2) % slots]; }
+  static bool is_kept(const TraceNode &record) {
+    return record.module.capacity() + record.text.capacity() <= most_bytes;
+  }
   static bool attach(slot &home, TraceNode &first, TraceNode &last, int count);
 
   slot m_slots[slots];
