@@ -72,8 +72,8 @@ ZAR_API int string_to_int(const std::string &text);
 
 /// Between the system's narrow encoding and UTF-8.
 /// @param codePage  Empty means the system's default (the ANSI code page; on Linux the locale's, where UTF-8 passes
-///                  unchanged); else a code page number on Windows, an iconv name on Linux. With one that is unknown the
-///                  text comes back as it is.
+///                  unchanged); else a code page number on Windows, an iconv name on Linux. With anything else the text
+///                  comes back as it is.
 ZAR_API std::string string_ascii_to_utf8(const std::string &text, const std::string &codePage);
 ZAR_API std::string string_utf8_to_ascii(const std::string &text, const std::string &codePage);
 

@@ -6,13 +6,16 @@
 
 namespace zar::platform {
 
-/// A code page by its number; anything that is no number is the default.
+/// A code page by its number; the default where nothing is said, and no page at all by what is no number.
 static unsigned code_page(const std::string &encoding) {
-  const unsigned long number = std::strtoul(encoding.c_str(), nullptr, 10);
-  return number ? static_cast<unsigned>(number) : CP_ACP;
+  if (encoding.empty()) return CP_ACP;
+  char *end;
+  const unsigned long number = std::strtoul(encoding.c_str(), &end, 10);
+  return *end ? ~0u : static_cast<unsigned>(number);
 }
 
-static bool is_known(unsigned page) { return page == CP_ACP || IsValidCodePage(page); }
+// IsValidCodePage() does not know the numbers that stand for one of the system's own pages, such as 1 for the console's.
+static bool is_known(unsigned page) { return MultiByteToWideChar(page, 0, "a", 1, nullptr, 0) > 0; }
 
 std::string narrow_to_utf8(const std::string &text, const std::string &encoding) {
   const unsigned page = code_page(encoding);
