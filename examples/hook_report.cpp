@@ -90,8 +90,12 @@ static void report() {
 }
 
 int main(int argc, char **argv) {
+  if (argc != 1 && argc != 3) {
+    std::fprintf(stderr, "usage: hook_report [MODULE FUNCTION]\n");
+    return 2;
+  }
   chDynamicModule late;
-  if (argc > 2) {
+  if (argc == 3) {
     late.OpenDynamicModule(argv[1]);
     apiHooker::ApplyAfterMoudleLoaded();
     const auto function = reinterpret_cast<void (*)()>(late.GetMethod(argv[2]));
@@ -102,5 +106,7 @@ int main(int argc, char **argv) {
     function();
   }
   report();
-  return 0;
+  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return 0;
+  std::fprintf(stderr, "hook_report: cannot write to standard output\n");
+  return 1;
 }

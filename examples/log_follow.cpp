@@ -20,6 +20,11 @@
 #include <string>
 #include <vector>
 
+static int fail(const std::string &why) {
+  std::fprintf(stderr, "log_follow: %s\n", why.c_str());
+  return 1;
+}
+
 static std::string first_word(const std::string &line) {
   size_t start = 0;
   while (start < line.size() && !std::isalpha(static_cast<unsigned char>(line[start]))) ++start;
@@ -53,16 +58,19 @@ static std::vector<std::string> log_files() {
 }
 
 int main(int argc, char **argv) {
-  std::ifstream file;
-  if (argc > 1) file.open(argv[1]);
-  if (argc > 1 && !file) {
-    std::fprintf(stderr, "log_follow: cannot read %s\n", argv[1]);
-    return 1;
+  if (argc > 2) {
+    std::fprintf(stderr, "usage: log_follow [FILE]\n");
+    return 2;
   }
+  const std::string name = argc > 1 ? argv[1] : "standard input";
+  std::ifstream file;
+  if (argc > 1) file.open(name);
+  std::istream &input = argc > 1 ? file : std::cin;
+  if (!input) return fail("cannot read " + name);
 
   uCTraceHelper &tracer = uCTraceHelper::getInstance();
   int lines = 0, written = 0;
-  for (std::string line; std::getline(argc > 1 ? file : std::cin, line); ++lines) {
+  for (std::string line; std::getline(input, line); ++lines) {
     const int level = level_of(line);
     if (level <= tracer.GetOutputLevel()) ++written;
     zarTrace(level, line); // a std::string: what the text holds is never taken as a format
@@ -70,5 +78,6 @@ int main(int argc, char **argv) {
 
   std::printf("%d of %d lines passed level %d\n", written, lines, tracer.GetOutputLevel());
   for (const std::string &path : log_files()) std::printf("wrote %s, %d bytes\n", path.c_str(), pathFileSize(path));
-  return 0;
+  if (input.bad()) return fail("cannot read " + name); // a folder, for one, which some systems open
+  return std::fflush(stdout) == 0 && !std::ferror(stdout) ? 0 : fail("cannot write to standard output");
 }

@@ -45,7 +45,7 @@ public:
     const int port = listen();
     if (port == 0 || !m_stop.OpenEventA()) return fail("no port to be had");
     std::printf("port %d, to be stopped by event %d\n", port, m_stop.GetEventPort());
-    std::fflush(stdout);
+    if (std::fflush(stdout) != 0) return fail("standard output cannot be written");
     while (serve_once()) {
     }
     std::printf("stopped\n");
@@ -159,6 +159,7 @@ int join(int port, const std::string &name) {
     for (const std::string &line : lines) send_text(connection, std::string(name).append(": ").append(line));
     lines.clear();
     if (!connection.isConnected()) return fail("the server has gone");
+    if (std::ferror(stdout)) return fail("standard output cannot be written");
   }
   return 0;
 }
@@ -168,14 +169,22 @@ int stop(int event_port) {
   return own.OpenEventA() && own.SendEvent(event_port) ? 0 : fail("the event cannot be signalled");
 }
 
+/// The port of a text; 0 for what is none.
+int port_of(const std::string &text) {
+  const bool digits = text.size() <= 5 && text.find_first_not_of("0123456789") == std::string::npos;
+  const int number = digits ? std::atoi(text.c_str()) : 0;
+  return number <= 65535 ? number : 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
   const std::vector<std::string> words(argv + 1, argv + argc);
   const std::string verb = words.empty() ? "" : words[0];
   if (verb == "serve" && words.size() == 1) return server().run();
-  if (verb == "join" && words.size() == 3) return join(std::atoi(words[1].c_str()), words[2]);
-  if (verb == "stop" && words.size() == 2) return stop(std::atoi(words[1].c_str()));
+  const int port = words.size() > 1 ? port_of(words[1]) : 0;
+  if (verb == "join" && words.size() == 3 && port) return join(port, words[2]);
+  if (verb == "stop" && words.size() == 2 && port) return stop(port);
   std::fprintf(stderr, "usage: packet_chat serve | join PORT NAME | stop EVENT\n");
   return 2;
 }

@@ -2,8 +2,8 @@
 //   settings FILE get KEY         prints the value
 //   settings FILE set KEY VALUE   changes the value; a file that is missing is made
 //   settings FILE list            prints KEY=VALUE lines
-// Exit code 0; 1 with a line on standard error when the file is missing or malformed, the key is missing, or the change cannot
-// be made; 2 for a wrong command line. A file that is no settings file is never written to.
+// Exit code 0; 1 with a line on standard error when the file is missing or malformed, the key is missing, the change cannot
+// be made, or standard output cannot be written; 2 for a wrong command line. A file that is no settings file is never written to.
 #include <zarlib/text/file_system.h>
 #include <zarlib/xml/xml_file.h>
 
@@ -18,6 +18,11 @@ int fail(const std::string &why) {
   return 1;
 }
 
+/// What stands in a stream's buffer may still be refused.
+int end_output() {
+  return std::fflush(stdout) == 0 && !std::ferror(stdout) ? 0 : fail("standard output cannot be written");
+}
+
 /// The text of an option; empty for an element without content.
 std::string value_of(const chXmlElement &option) {
   const chXmlObject content = option.getChild();
@@ -28,13 +33,13 @@ int get(const chXmlElement &root, const std::string &key) {
   const chXmlElement option = root.FindChildElement(key);
   if (!option.hasData()) return fail("there is no key " + key);
   std::printf("%s\n", value_of(option).c_str());
-  return 0;
+  return end_output();
 }
 
 int list(const chXmlElement &root) {
   for (chXmlElement option = root.getChildElement(); option.hasData(); ++option)
     std::printf("%s=%s\n", option.tagName().c_str(), value_of(option).c_str());
-  return 0;
+  return end_output();
 }
 
 /// A key such as "two words", or a value with blanks at its end, would not come back from the file as it went in.
@@ -46,9 +51,10 @@ bool comes_back(const std::string &text, const std::string &key, const std::stri
 int set(chXmlFile &file, const std::string &path, const std::string &key, const std::string &value) {
   chXmlElement root = file.getChildElement();
   if (!root.hasData()) root = file.AddChildElement("settings");
-  if (!root.SetOption(key, value)) return 0; // the value that it had
+  const bool changed = root.SetOption(key, value);
   const std::string text = file.ExportToText(false);
   if (!comes_back(text, key, value)) return fail("such a key or value cannot be kept in " + path);
+  if (!changed) return 0;
 
   file.SaveToFile("");
   // A save reports nothing: what was written is read again.

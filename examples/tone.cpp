@@ -120,7 +120,7 @@ int main(int argc, char **argv) {
     for (const char key : words[1])
       if (!add_key(key, all)) return fail(std::string("there is no key ") + key);
   } else if (!read_wav(zarDumpTextFileA(words[1]), all)) {
-    return fail(words[1] + " is no WAV file of 16-bit samples");
+    return fail(words[1] + " cannot be read as a WAV file of 16-bit samples");
   }
   const bool a_law = law == "alaw";
   const std::vector<unsigned char> codes = a_law ? encode<aLawSample>(all.values) : encode<uLawSample>(all.values);

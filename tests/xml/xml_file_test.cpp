@@ -153,6 +153,7 @@ TEST(SettingsExample, ReadsChangesAndNeverDamages) {
   const temporary_directory folder;
   const std::string file = folder / "f.xml", broken = folder / "broken.xml";
   harness::write_file(broken, "<settings><a>1</a>");
+  harness::write_file(folder / "c.xml", "<settings><a><!-- 1 --></a></settings>");
   const struct {
     std::vector<std::string> arguments;
     int exit_code;
@@ -162,7 +163,7 @@ TEST(SettingsExample, ReadsChangesAndNeverDamages) {
       {{file, "set", "volume", "11 < 12 & \"so on\""}, 0, ""},
       {{file, "set", "empty", ""}, 0, ""},
       {{file, "get", "volume"}, 0, "11 < 12 & \"so on\""},
-      {{file, "set", "slash/", "x"}, 1, "cannot be kept"},
+      {{folder / "c.xml", "set", "a", "1"}, 1, "cannot be kept"},
       {{file, "list"}, 0, "volume=11 < 12 & \"so on\"\nempty="},
       {{folder / "no/such/folder/f.xml", "set", "a", "b"}, 1, "could not be written"},
       {{broken, "set", "a", "b"}, 1, "not a settings file"},
@@ -175,5 +176,5 @@ TEST(SettingsExample, ReadsChangesAndNeverDamages) {
     EXPECT_THAT(run.error, testing::HasSubstr(row.exit_code ? row.told : "")) << shown;
   }
   EXPECT_EQ(harness::read_file(broken), "<settings><a>1</a>");
-  EXPECT_EQ(harness::list_directory(folder.path()), (std::vector<std::string>{"broken.xml", "f.xml"}));
+  EXPECT_EQ(harness::list_directory(folder.path()), (std::vector<std::string>{"broken.xml", "c.xml", "f.xml"}));
 }
