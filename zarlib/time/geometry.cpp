@@ -94,10 +94,22 @@ namespace {
 /// Cut towards zero; what no int can hold becomes the least one, as the processor has it.
 int truncated(double x) { return x > INT_MIN - 1.0 && x < INT_MAX + 1.0 ? static_cast<int>(x) : INT_MIN; }
 
-/// The value as it is stored: a processor that calculates in wider words must not compare what a double cannot hold.
-double stored(double x) {
-  volatile double memory = x;
-  return memory;
+/// The sum of two doubles as a double. A processor that calculates in wider words would round it twice, first to such a word, unless told
+/// not to; the last bit, and which multiple is near, would not be the same everywhere.
+double sum(double a, double b) {
+#if defined(__i386__) && !defined(__SSE2_MATH__)
+  const volatile double left = a, right = b; // volatile, so that the addition stays between the two changes
+  volatile double result;
+  unsigned short kept;
+  asm volatile("fnstcw %0" : "=m"(kept));
+  const auto rounding_to_double = static_cast<unsigned short>((kept & ~0x300) | 0x200);
+  asm volatile("fldcw %0" : : "m"(rounding_to_double) : "memory");
+  result = left + right;
+  asm volatile("fldcw %0" : : "m"(kept) : "memory");
+  return result;
+#else
+  return a + b;
+#endif
 }
 
 } // namespace
@@ -113,23 +125,23 @@ int mathFloor(double x) {
 }
 
 double mathCeil(double x, double step) {
-  const double r = stored(x - std::fmod(x, step));
-  return x > r ? r + step : r;
+  const double r = sum(x, -std::fmod(x, step));
+  return x > r ? sum(r, step) : r;
 }
 
 double mathFloor(double x, double step) {
-  const double r = stored(x - std::fmod(x, step));
-  return x >= r ? r : r - step;
+  const double r = sum(x, -std::fmod(x, step));
+  return x >= r ? r : sum(r, -step);
 }
 
 double mathNear(double x, double step, double threshold) {
-  const double r = stored(mathFloor(x, step));
-  return stored(x - r) >= threshold ? r + step : r;
+  const double r = mathFloor(x, step);
+  return sum(x, -r) >= threshold ? sum(r, step) : r;
 }
 
 int mathRound(double x, double threshold) {
   const int f = mathFloor(x);
-  return stored(x - f) >= threshold ? wrapping_add(f, 1) : f;
+  return sum(x, -static_cast<double>(f)) >= threshold ? wrapping_add(f, 1) : f;
 }
 
 namespace {
