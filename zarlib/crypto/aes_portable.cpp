@@ -256,8 +256,8 @@ void decipher_state(bits<W> &q, const round_keys<W> &keys, int rounds) {
 
 /// Takes the blocks in groups; the last group is filled up.
 template <void (*cipher)(bits<wide_word> &, const round_keys<wide_word> &, int)>
-[[gnu::flatten]] void for_all(const unsigned char *schedule, int rounds, const unsigned char *in, unsigned char *out,
-                              size_t blocks) {
+[[gnu::flatten, gnu::noinline]] void for_all(const unsigned char *schedule, int rounds, const unsigned char *in,
+                                             unsigned char *out, size_t blocks) {
   constexpr size_t group = words_in<wide_word> * blocks_in_word * aes_block;
   const round_keys<wide_word> keys(schedule, rounds);
   for (size_t left = blocks * aes_block; left > 0;) {
@@ -275,6 +275,20 @@ template <void (*cipher)(bits<wide_word> &, const round_keys<wide_word> &, int)>
   }
 }
 
+/// Zeros over what for_all() has left of its up to 3.7 KiB on the stack: states that found no register, of which those before the last
+/// key give bits of it.
+[[gnu::noinline]] void wipe_left_stack() {
+  unsigned char left[4096];
+  zar::wipe(left, sizeof left);
+}
+
+template <void (*cipher)(bits<wide_word> &, const round_keys<wide_word> &, int)>
+void for_all_tracelessly(const unsigned char *schedule, int rounds, const unsigned char *in, unsigned char *out,
+                         size_t blocks) {
+  for_all<cipher>(schedule, rounds, in, out, blocks);
+  wipe_left_stack();
+}
+
 /// The S-box on four bytes: as the first column of a state of its own.
 [[gnu::flatten]] std::uint32_t substitute_word(std::uint32_t bytes) {
   bits<word> q = {{bytes}};
@@ -290,5 +304,5 @@ void expand_key(unsigned char *schedule, int key_length, int schedule_size) {
 
 } // namespace
 
-const zar::aes_path zar::portable_aes_path = {"portable", expand_key, for_all<encipher_state<wide_word>>,
-                                              for_all<decipher_state<wide_word>>};
+const zar::aes_path zar::portable_aes_path = {"portable", expand_key, for_all_tracelessly<encipher_state<wide_word>>,
+                                              for_all_tracelessly<decipher_state<wide_word>>};
