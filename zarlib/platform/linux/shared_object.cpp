@@ -69,12 +69,12 @@ descriptor open_apart(int file) {
   return descriptor(open(("/proc/thread-self/fd/" + std::to_string(file)).c_str(), O_RDWR | O_CLOEXEC));
 }
 
-void *map_data(int file, const object_type &type, const object_header &header) {
+memory_view map_data(int file, const object_type &type, const object_header &header) {
   // A view keeps its open file and, with it, the lock. One that may outlive its handles must not.
   const descriptor apart = type.is_pinned ? open_apart(file) : descriptor(-1);
   void *const data = mmap(nullptr, header.data_bytes, PROT_READ | PROT_WRITE, MAP_SHARED,
                           type.is_pinned ? apart.get() : file, static_cast<off_t>(header.data_offset));
-  return data == MAP_FAILED ? nullptr : data;
+  return memory_view(data == MAP_FAILED ? nullptr : data, {header.data_bytes});
 }
 
 bool is_half_made(int file) {
@@ -104,16 +104,13 @@ std::optional<object_header> read_header(int file, const object_type &type, cons
 }
 
 /// Fills a new file and maps its data. The magic comes last: until then the file counts as half made.
-void *make_object(int file, const object_type &type, const std::string &name, const object_header &header) {
-  if (!set_aside(file, header.data_offset + header.data_bytes)) return nullptr;
-  if (!write_at(file, &header, sizeof header, 0) || !write_at(file, name.data(), name.size(), sizeof header))
-    return nullptr;
-  void *const data = map_data(file, type, header);
-  if (!data) return nullptr;
-  if (type.prepare) type.prepare(data);
-  if (write_at(file, object_magic, sizeof object_magic, 0)) return data;
-  munmap(data, header.data_bytes);
-  return nullptr;
+memory_view make_object(int file, const object_type &type, const std::string &name, const object_header &header) {
+  if (!set_aside(file, header.data_offset + header.data_bytes)) return {};
+  if (!write_at(file, &header, sizeof header, 0) || !write_at(file, name.data(), name.size(), sizeof header)) return {};
+  memory_view view = map_data(file, type, header);
+  if (!view) return {};
+  if (type.prepare) type.prepare(view.get());
+  return write_at(file, object_magic, sizeof object_magic, 0) ? std::move(view) : memory_view();
 }
 
 /// What this process has open, by kind and name; guarded by object_lock(). Never destroyed: static objects close their handles at
@@ -127,13 +124,19 @@ std::string key_of(const object_type &type, const std::string &name) { return st
 
 } // namespace
 
-shared_object::shared_object(const object_type &type, const std::string &name, descriptor file, void *data,
-                             std::size_t bytes)
-    : m_type(type), m_name(name), m_file(std::move(file)), m_data(data), m_bytes(bytes) {}
+void unmapper::operator()(void *data) const { munmap(data, bytes); }
+
+shared_object::shared_object(const object_type &type, std::string key, std::string file_name, descriptor file,
+                             memory_view view)
+    : m_type(type), m_key(std::move(key)), m_file_name(std::move(file_name)), m_file(std::move(file)),
+      m_view(std::move(view)) {}
 
 std::shared_ptr<shared_object> shared_object::open(const object_type &type, const std::string &name, std::size_t bytes,
                                                    bool &created) {
   created = false;
+  // Ahead of the lock: an object that has come to nothing, for want of memory, takes it when it goes.
+  std::unique_ptr<shared_object> fresh;
+  std::shared_ptr<shared_object> result;
   const std::lock_guard<std::mutex> hold(object_lock());
   const std::string key = key_of(type, name);
   if (const auto known = known_objects().find(key); known != known_objects().end())
@@ -142,18 +145,19 @@ std::shared_ptr<shared_object> shared_object::open(const object_type &type, cons
   const object_directory directory;
   if (!directory) return nullptr;
   const std::string file_name = object_file_name(name);
-  const auto remember = [&](descriptor file, void *data, std::size_t size) {
-    std::shared_ptr<shared_object> object(new shared_object(type, name, std::move(file), data, size));
-    known_objects()[key] = object;
-    return object;
+  const auto remember = [&](descriptor file, memory_view view) {
+    fresh.reset(new shared_object(type, key, file_name, std::move(file), std::move(view)));
+    result = std::move(fresh);
+    known_objects()[key] = result;
+    return result;
   };
 
   object_directory::held_file found = directory.open(file_name);
   if (found.state == object_directory::finding::refused) return nullptr;
   if (found.state == object_directory::finding::alive && !is_half_made(found.file.get())) {
     const auto header = read_header(found.file.get(), type, name);
-    void *const data = header ? map_data(found.file.get(), type, *header) : nullptr;
-    return data ? remember(std::move(found.file), data, header->data_bytes) : nullptr;
+    memory_view view = header ? map_data(found.file.get(), type, *header) : memory_view();
+    return view ? remember(std::move(found.file), std::move(view)) : nullptr;
   }
 
   if (found.state == object_directory::finding::alive) directory.remove(file_name);
@@ -161,28 +165,29 @@ std::shared_ptr<shared_object> shared_object::open(const object_type &type, cons
   if (bytes == 0) return nullptr;
   descriptor file = directory.create(file_name);
   if (!file) return nullptr;
-  const object_header header = header_for(type, name, bytes);
-  void *const data = make_object(file.get(), type, name, header);
-  if (!data) {
+  memory_view view = make_object(file.get(), type, name, header_for(type, name, bytes));
+  if (!view) {
     directory.remove(file_name);
     return nullptr;
   }
   created = true;
-  return remember(std::move(file), data, header.data_bytes);
+  return remember(std::move(file), std::move(view));
 }
 
 shared_object::~shared_object() {
-  const bool stays = m_type.is_pinned && m_type.is_pinned(m_data);
-  if (!stays) munmap(m_data, m_bytes);
+  if (m_type.is_pinned && m_type.is_pinned(data()))
+    m_view.release();
+  else
+    m_view.reset();
 
   const std::lock_guard<std::mutex> hold(object_lock());
-  const auto known = known_objects().find(key_of(m_type, m_name));
+  const auto known = known_objects().find(m_key);
   if (known != known_objects().end() && known->second.expired()) known_objects().erase(known);
 
   const object_directory directory;
   { const descriptor closing(m_file.release()); }
   if (!directory) return;
-  directory.remove_if_dead(object_file_name(m_name));
+  directory.remove_if_dead(m_file_name);
   directory.sweep();
 }
 

@@ -17,6 +17,13 @@ struct object_type {
   bool (*is_pinned)(const void *data); ///< whether the view must outlive this process's last handle; may be null
 };
 
+/// Mapped memory that goes with its holder.
+struct unmapper {
+  std::size_t bytes;
+  void operator()(void *data) const;
+};
+using memory_view = std::unique_ptr<void, unmapper>;
+
 /// This process's view of one object, shared by all its handles, and its claim that the object has a holder.
 ///
 /// The layout of the file is in docs/formats/kernel-objects.md. The content that a view shows is for its users to order.
@@ -34,16 +41,16 @@ public:
   ~shared_object();
 
   /// On a page boundary; the same address for all handles of this process.
-  void *data() const { return m_data; }
+  void *data() const { return m_view.get(); }
 
 private:
-  shared_object(const object_type &type, const std::string &name, descriptor file, void *data, std::size_t bytes);
+  shared_object(const object_type &type, std::string key, std::string file_name, descriptor file, memory_view view);
 
   const object_type &m_type;
-  const std::string m_name;
+  const std::string m_key;
+  const std::string m_file_name;
   descriptor m_file; // carries the holder's lock
-  void *const m_data;
-  const std::size_t m_bytes;
+  memory_view m_view;
 };
 
 } // namespace zar::platform
