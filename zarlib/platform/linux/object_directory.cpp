@@ -21,7 +21,11 @@ void after_fork() { object_lock().unlock(); }
 
 const int fork_watch = pthread_atfork(before_fork, after_fork, after_fork);
 
-std::string folder_path() { return "/dev/shm/zarlib-" + std::to_string(geteuid()); }
+/// Outside the heap, as destructors need it.
+struct folder_path {
+  char text[32];
+  folder_path() { std::snprintf(text, sizeof text, "/dev/shm/zarlib-%u", geteuid()); }
+};
 
 bool lock_file(int file, int how) {
   while (flock(file, how) != 0)
@@ -39,18 +43,26 @@ bool still_stands(const struct stat &locked, const char *path) {
   return lstat(path, &now) == 0 && now.st_ino == locked.st_ino && now.st_dev == locked.st_dev;
 }
 
+/// The umask of its maker may have taken rights from the owner too.
+bool give_owner_rights(const char *path) {
+  struct stat status;
+  return lstat(path, &status) == 0 && S_ISDIR(status.st_mode) && belongs_to_us_alone(status) &&
+         fchmodat(AT_FDCWD, path, S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
 descriptor lock_folder(const char *path) {
-  for (;;) {
+  // Others make and remove it meanwhile; but something else than its rights may keep us out, too.
+  for (int refusals = 0;;) {
     descriptor folder(open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!folder) {
       if (errno == ENOENT && (mkdir(path, S_IRWXU) == 0 || errno == EEXIST)) continue;
+      if (errno == EACCES && ++refusals < 100 && give_owner_rights(path)) continue;
       return descriptor(-1);
     }
     struct stat status;
     if (fstat(folder.get(), &status) != 0 || !belongs_to_us_alone(status)) return descriptor(-1);
     if (!lock_file(folder.get(), LOCK_EX)) return descriptor(-1);
     if (!still_stands(status, path)) continue;
-    // Its maker's umask may have taken rights from the owner too.
     const bool usable = (status.st_mode & S_IRWXU) == S_IRWXU || fchmod(folder.get(), S_IRWXU) == 0;
     return usable ? std::move(folder) : descriptor(-1);
   }
@@ -87,12 +99,12 @@ std::string object_file_name(const std::string &full_name) {
   return result.substr(0, kept_of_long_name) + hash;
 }
 
-object_directory::object_directory() : m_folder(lock_folder(folder_path().c_str())) {}
+object_directory::object_directory() : m_folder(lock_folder(folder_path().text)) {}
 
 object_directory::~object_directory() {
   if (!m_folder) return;
   const int reason = errno; // of a refusal, for the caller
-  rmdir(folder_path().c_str());
+  rmdir(folder_path().text);
   // By word, not by closing: a process that is being started at this moment may have a copy of the descriptor.
   flock(m_folder.get(), LOCK_UN);
   errno = reason;
