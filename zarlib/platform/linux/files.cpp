@@ -94,9 +94,10 @@ bool copy_file(const std::string &from, const std::string &to) {
   if (read_from.st_dev == written_to.st_dev && read_from.st_ino == written_to.st_ino) return false;
 
   const bool regular = S_ISREG(written_to.st_mode);
-  // Ahead of the bytes, which a file that was there must not show to more than its source does.
-  if (regular) fchmod(target.get(), read_from.st_mode & 0777);
-  bool copied = (!regular || ftruncate(target.get(), 0) == 0) && copy_bytes(source.get(), target.get());
+  bool copied = !regular || ftruncate(target.get(), 0) == 0;
+  // Behind the bytes that a file held, and ahead of the new ones: neither are open to more eyes than they were.
+  if (copied && regular) fchmod(target.get(), read_from.st_mode & 0777);
+  copied = copied && copy_bytes(source.get(), target.get());
   copied = close(target.release()) == 0 && copied;
   if (!copied && regular) unlink(to.c_str());
   return copied;
