@@ -11,9 +11,10 @@ namespace zar::platform {
 class status_file {
 public:
   explicit status_file(const char *path) {
+    m_text[0] = 0;
     const int file = open(path, O_RDONLY | O_CLOEXEC);
     if (file < 0) return;
-    const ssize_t count = read(file, m_text, sizeof m_text - 1);
+    const ssize_t count = read(file, m_text, sizeof m_text - 1); // of such a file all that there is room for, at once
     close(file);
     m_text[count > 0 ? count : 0] = 0;
   }
@@ -26,7 +27,8 @@ public:
   }
 
 private:
-  char m_text[2048] = {};
+  // The list of groups, some way up, has a number for each group of the user.
+  char m_text[16384];
 };
 
 } // namespace zar::platform
