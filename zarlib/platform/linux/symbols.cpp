@@ -37,7 +37,8 @@ unsigned long long module_generation() {
 
 backtrace_state *make_state() {
   s_state_generation = module_generation();
-  return s_state = backtrace_create_state(nullptr, 1, ignore_error, nullptr);
+  // By the thread's own entry: that of the process leads nowhere once its first thread has ended.
+  return s_state = backtrace_create_state("/proc/thread-self/exe", 1, ignore_error, nullptr);
 }
 
 /// A module in its place. One that comes back as it was has the same symbols.
