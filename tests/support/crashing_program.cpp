@@ -64,9 +64,13 @@ int overflow_on_thread(int a) {
   pthread_exit(nullptr);
 }
 
-[[gnu::noinline]] int throw_it(int a) {
-  if (a >= zero) throw std::runtime_error("nobody catches this");
-  return a;
+[[gnu::noinline]] int throw_it(int a) { return a < zero ? a : throw std::runtime_error("nobody catches this"); }
+
+/// The program has handlers of its own for that, and one of them waits for a thread that waits.
+int throw_handled(int a) {
+  static std::thread worker(usleep, 999999);
+  std::set_terminate([] { worker.join(), std::abort(); });
+  return std::signal(SIGABRT, [](int) { _exit(3); }), zarHookCrashSignal(), throw_it(a);
 }
 
 /// A timer of the program's own.
@@ -86,9 +90,7 @@ int fault_beside_others(int a) {
   for (int i = 0; i < 3; ++i) std::thread(wait_for_ever).detach();
   std::thread([] { // lets no signal through
     sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, nullptr);
-    wait_for_ever();
+    sigfillset(&all), pthread_sigmask(SIG_BLOCK, &all, nullptr), wait_for_ever();
   })
       .detach();
   waiting.arrive_and_wait();
@@ -143,7 +145,7 @@ const std::map<std::string, int (*)(int)> ways = {
     {"sent", send_fault},
     {"heap", take},
     {"traced", read_when_traced},
-    {"throw_handled", [](int a) { return std::signal(SIGABRT, [](int) { _exit(3); }), throw_it(a); }},
+    {"throw_handled", throw_handled},
 #endif
 };
 

@@ -8,7 +8,7 @@
 
 namespace zar::platform {
 
-/// The full path of the executable of a process, given by its number or "self"; empty when it cannot be seen or there
+/// The full path of the executable of a process, given by its number or "thread-self"; empty when it cannot be seen or there
 /// is none.
 inline std::string executable_of(const std::string &process) {
   const std::string link = "/proc/" + process + "/exe";

@@ -110,7 +110,10 @@ void on_abort(int, siginfo_t *info, void *context) { report_once(info, context);
     raise(SIGABRT);
     sigaction(SIGABRT, &found, nullptr);
   }
-  if (const std::terminate_handler next = s_next_terminate) next();
+  const std::terminate_handler next = s_next_terminate;
+  // One of the program's own may wait for its threads; the library's is the death itself.
+  if (next != __gnu_cxx::__verbose_terminate_handler) release_all_threads();
+  if (next) next();
   std::abort();
 }
 

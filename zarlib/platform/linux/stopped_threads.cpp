@@ -22,6 +22,7 @@ constexpr int held_milliseconds = 60000;
 stopped_thread *s_threads = nullptr;
 std::atomic<size_t> s_count{0};
 std::atomic<bool> s_released{false};
+std::atomic<bool> s_all_released{false};
 
 void nap() {
   timespec left = {0, 1000000};
@@ -43,8 +44,8 @@ void on_stop(int, siginfo_t *, void *argument) {
   if (stopped_thread *const own = find(gettid())) {
     const auto *const context = static_cast<ucontext_t *>(argument);
     own->context = context;
-    const bool stays = is_interrupted(*context);
-    for (int i = 0; i < held_milliseconds && (stays || !s_released); ++i) nap();
+    const std::atomic<bool> &released = is_interrupted(*context) ? s_all_released : s_released;
+    for (int i = 0; i < held_milliseconds && !released; ++i) nap();
   }
   errno = saved_errno;
 }
@@ -115,5 +116,7 @@ stopped_threads stop_other_threads() {
 }
 
 void release_other_threads() { s_released = true; }
+
+void release_all_threads() { s_all_released = true; }
 
 } // namespace zar::platform

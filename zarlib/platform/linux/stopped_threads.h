@@ -35,4 +35,7 @@ stopped_threads stop_other_threads();
 /// Lets them go on, but for those that would go on with a system call that failed: they wait for the death, for a minute at most.
 void release_other_threads();
 
+/// Lets those go on as well: the process does not die at once.
+void release_all_threads();
+
 } // namespace zar::platform
