@@ -34,7 +34,7 @@ TEST(Addresses, AnEmptyGroupIsTestedForEver) {
 }
 
 TEST(Addresses, ConvertsIPv6InShortTexts) {
-  for (const char *text : {"::", "::1", "fe80::1:0:0:2", "1:2:3:4:5:6:7:8", "::ffff:1.2.3.4", "1:0:2:3:4:5:6:7"}) {
+  for (const char *text : {"1:0:2:3:4:5:6:7", "::ffff:1.2.3.4", "::ffff:0:1", "::ffff:0:1.2.3.4", "1::5efe:1.2.3.4"}) {
     in6_addr address;
     EXPECT_EQ(sockInet_pton(AF_INET6, text, &address), 28) << text;
     EXPECT_EQ(toString(address), std::string(text) + std::string(65 - std::strlen(text), '\0'));

@@ -64,7 +64,7 @@ public:
 
   /// Moves the deadline.
   /// @param milliseconds  Time from now. -1 means no deadline at all. Any other negative value is a deadline that has
-  ///                      passed; from 2147484 on the product with 1000 wraps in 32 bits, and the deadline with it.
+  ///                      passed; from 2147484 on, either way, the product with 1000 wraps in 32 bits, and the deadline with it.
   void setTimeout(int milliseconds);
 
   /// @return 1 when the deadline has been reached (equal counts), else 0. Without a deadline always 0, and the clock is

@@ -38,6 +38,27 @@ int refuse(int reason) {
   return -1;
 }
 
+/// The short text, but as on Windows: addresses that carry an IPv4 address behind a mark of their own (RFC 5214 and RFC 2765) end in its
+/// dotted form as well, and a mapped one that begins with 0.0 does not.
+std::string text_of(in6_addr address) {
+  const auto word = [&](size_t i) { return address.s6_addr[2 * i] << 8 | address.s6_addr[2 * i + 1]; };
+  const bool is_unmarked = !word(0) && !word(1) && !word(2) && !word(3);
+  const bool is_isatap = (word(4) & 0xFDFF) == 0 && word(5) == 0x5EFE;
+  const bool is_translated = is_unmarked && word(4) == 0xFFFF && word(5) == 0 && word(6) != 0;
+  const bool is_hardly_mapped = is_unmarked && word(4) == 0 && word(5) == 0xFFFF && word(6) == 0;
+  in_addr last;
+  std::copy_n(address.s6_addr + 12, sizeof last, reinterpret_cast<unsigned char *>(&last));
+
+  if (is_hardly_mapped) address.s6_addr[9] = 1; // another mark for now, behind which nothing is dotted
+  const bool is_dotted = is_isatap || is_translated;
+  if (is_dotted) std::fill_n(address.s6_addr + 12, sizeof last, static_cast<unsigned char>(1));
+  char text[INET6_ADDRSTRLEN];
+  std::string whole = inet_ntop(AF_INET6, &address, text, sizeof text);
+  if (is_hardly_mapped) whole.erase(2, 2); // "::1:ffff:0:1"
+  if (is_dotted) whole.replace(whole.rfind("101:101"), 7, format_ipv4(last));
+  return whole;
+}
+
 /// Calls `call` with the system's own kind of length.
 template <typename Call>
 int with_length(int *length, Call call) {
@@ -255,7 +276,13 @@ int parse_ipv6(const char *text, in6_addr &address) {
 }
 
 bool format_ipv6(const in6_addr &address, char *text, int size) {
-  return size > 0 && inet_ntop(AF_INET6, &address, text, static_cast<socklen_t>(size)) != nullptr;
+  const std::string whole = text_of(address);
+  if (size <= static_cast<int>(whole.size())) {
+    errno = ENOSPC;
+    return false;
+  }
+  std::copy_n(whole.c_str(), whole.size() + 1, text);
+  return true;
 }
 
 } // namespace zar::platform
