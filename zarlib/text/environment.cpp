@@ -105,6 +105,7 @@ std::string zarGetTempDirectory() {
 std::string zarGetCurrentDirectory() { return zar::platform::current_directory(); }
 
 bool KillProcessAppByName(std::string name) {
+  if (name.empty()) return false; // the name of any process that is just being started
   name = String2Lower(name);
   const auto processes = zar::platform::list_processes();
   // Settled, callers rely on it: the first entry, the system's own, is never compared.

@@ -52,7 +52,7 @@ ZAR_API std::string zarGetCurrentDirectory();
 ///
 /// The name is the last part of the executable's path, with its extension ("notepad.exe", not "notepad"). The first
 /// process of the system's list is passed over: on Windows the idle process, on Linux process 1. On Linux the
-/// executables of other users' processes cannot be seen without the right to, and do not match.
+/// executables of other users' processes cannot be seen without the right to, and do not match. No process has an empty name.
 /// @return Whether a process of that name was met. It may live all the same, where this process had no right to end it.
 ZAR_API bool KillProcessAppByName(std::string name);
 
