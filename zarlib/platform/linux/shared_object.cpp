@@ -175,10 +175,8 @@ std::shared_ptr<shared_object> shared_object::open(const object_type &type, cons
 }
 
 shared_object::~shared_object() {
-  if (m_type.is_pinned && m_type.is_pinned(data()))
-    m_view.release();
-  else
-    m_view.reset();
+  if (m_type.is_pinned && m_type.is_pinned(data())) static_cast<void>(m_view.release()); // it stays for good
+  m_view.reset();
 
   const std::lock_guard<std::mutex> hold(object_lock());
   const auto known = known_objects().find(m_key);
