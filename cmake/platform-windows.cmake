@@ -18,3 +18,6 @@ foreach(name libstdc++-6.dll libgcc_s_dw2-1.dll libwinpthread-1.dll)
     list(APPEND zarlib_runtime_dlls "${zarlib_runtime}")
   endif()
 endforeach()
+
+# Each operation on doubles is rounded once, to a double, as on Linux; the oldest instructions round to a wider number first.
+set_source_files_properties(zarlib/time/geometry.cpp PROPERTIES COMPILE_OPTIONS "-msse2;-mfpmath=sse;-mstackrealign")

@@ -94,24 +94,6 @@ namespace {
 /// Cut towards zero; what no int can hold becomes the least one, as the processor has it.
 int truncated(double x) { return x > INT_MIN - 1.0 && x < INT_MAX + 1.0 ? static_cast<int>(x) : INT_MIN; }
 
-/// The sum of two doubles as a double. A processor that calculates in wider words would round it twice, first to such a word, unless told
-/// not to; the last bit, and which multiple is near, would not be the same everywhere.
-double sum(double a, double b) {
-#if defined(__i386__) && !defined(__SSE2_MATH__)
-  const volatile double left = a, right = b; // volatile, so that the addition stays between the two changes
-  volatile double result;
-  unsigned short kept;
-  asm volatile("fnstcw %0" : "=m"(kept));
-  const auto rounding_to_double = static_cast<unsigned short>((kept & ~0x300) | 0x200);
-  asm volatile("fldcw %0" : : "m"(rounding_to_double) : "memory");
-  result = left + right;
-  asm volatile("fldcw %0" : : "m"(kept) : "memory");
-  return result;
-#else
-  return a + b;
-#endif
-}
-
 } // namespace
 
 double mathCeil(double x) {
@@ -125,23 +107,23 @@ int mathFloor(double x) {
 }
 
 double mathCeil(double x, double step) {
-  const double r = sum(x, -std::fmod(x, step));
-  return x > r ? sum(r, step) : r;
+  const double r = x - std::fmod(x, step);
+  return x > r ? r + step : r;
 }
 
 double mathFloor(double x, double step) {
-  const double r = sum(x, -std::fmod(x, step));
-  return x >= r ? r : sum(r, -step);
+  const double r = x - std::fmod(x, step);
+  return x >= r ? r : r - step;
 }
 
 double mathNear(double x, double step, double threshold) {
   const double r = mathFloor(x, step);
-  return sum(x, -r) >= threshold ? sum(r, step) : r;
+  return x - r >= threshold ? r + step : r;
 }
 
 int mathRound(double x, double threshold) {
   const int f = mathFloor(x);
-  return sum(x, -static_cast<double>(f)) >= threshold ? wrapping_add(f, 1) : f;
+  return x - f >= threshold ? wrapping_add(f, 1) : f;
 }
 
 namespace {

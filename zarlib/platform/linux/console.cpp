@@ -12,7 +12,7 @@ namespace zar::platform {
 bool has_console() { return fcntl(STDOUT_FILENO, F_GETFD) != -1; }
 
 bool is_debugged() {
-  const status_file self("/proc/self/status");
+  const status_file self("/proc/thread-self/status");
   const char *const tracer = self.value_of("\nTracerPid:");
   return tracer && std::atol(tracer) != 0;
 }
