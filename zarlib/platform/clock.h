@@ -17,6 +17,18 @@ boot_time read_boot_time();
 /// The same clock in whole milliseconds.
 unsigned long long read_boot_milliseconds();
 
+/// A moment by both clocks.
+struct moment {
+  boot_time boot;
+  long long wall_milliseconds; ///< since the start of 1970 in universal time
+};
+
+/// Where moments follow one another, the price of one clock: a wall clock that is set meanwhile is noticed within 17 ms.
+moment read_moment();
+
+/// The local time of a moment of the wall clock near the present, told as there.
+SYSTEMTIME local_time_of(long long wall_milliseconds);
+
 /// The wall clock in the local time zone.
 SYSTEMTIME read_local_time();
 

@@ -73,7 +73,7 @@ int chFileTrace::WriteLogLine(const std::string &line) {
   return 1;
 }
 
-std::FILE *chFileTrace::PrepareForLine(zar::line_text &line) {
+[[gnu::hot]] std::FILE *chFileTrace::PrepareForLine(zar::line_text &line) {
   chFileStdio &file = m_file.data();
   if (!file.IsFileOpened() && OpenCurrentFile()) MeasureCurrentFile();
   if (m_nCurrentSize >= m_nMaxSize) Rotate();

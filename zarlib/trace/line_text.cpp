@@ -1,7 +1,7 @@
 #include "zarlib/trace/line_text.h"
 
 #include "zarlib/frame/process_identity.h"
-#include "zarlib/time/ticks.h"
+#include "zarlib/platform/clock.h"
 
 #include <array>
 #include <bit>
@@ -13,6 +13,7 @@
 namespace {
 
 using zar::line_text;
+using zar::platform::moment;
 
 constexpr int most_digits = 20;
 
@@ -79,6 +80,38 @@ private:
   char *m_at;
 };
 
+/// What the prefixes of a thread have in common until a millisecond of the wall clock or a second of the other one is over.
+struct common_words {
+  static constexpr size_t most_bytes = 64;
+
+  bool holds_at(const moment &now) const {
+    return wall_milliseconds == now.wall_milliseconds && boot_seconds == now.boot.seconds &&
+           process == zarGetCurrentProcessId();
+  }
+
+  void renew(const moment &now) {
+    const SYSTEMTIME time = zar::platform::local_time_of(now.wall_milliseconds);
+    const unsigned long self = zarGetCurrentProcessId();
+    writer out(text);
+    out.put('+').number(static_cast<int>(self)).put(':').number(static_cast<int>(zarGetCurrentThreadId())).put(']');
+    out.put(' ').pair(time.wMonth).put('-').pair(time.wDay);
+    out.put(' ').pair(time.wHour).put(':').pair(time.wMinute).put(':').pair(time.wSecond);
+    out.put('.').number(time.wMilliseconds / 100u).pair(time.wMilliseconds % 100);
+    out.put(' ').number(static_cast<unsigned>(now.boot.seconds)).put('.');
+    size = static_cast<size_t>(out.end() - text);
+    wall_milliseconds = now.wall_milliseconds;
+    boot_seconds = now.boot.seconds;
+    process = self;
+  }
+
+  long long wall_milliseconds, boot_seconds;
+  unsigned long process; ///< a forked child is another one
+  size_t size;
+  char text[most_bytes]; ///< "+process:thread] MM-DD hh:mm:ss.mmm seconds."
+};
+
+thread_local constinit common_words t_common = {};
+
 /// A started list that functions can take from in turn.
 struct argument_list {
   explicit argument_list(va_list started) { va_copy(list, started); }
@@ -92,6 +125,30 @@ struct argument_list {
 template <class Number>
 void append_number(line_text &line, Number value) {
   line.end_at(writer(line.room(most_digits)).number(value).end());
+}
+
+constexpr int step = 64;
+
+/// Appends up to a step of a text. Most texts of a line are short and are copied as they are read. @return Where it stopped.
+template <class IsEnd>
+const char *append_step(line_text &line, const char *text, IsEnd is_end) {
+  char *at = line.room(step), *const limit = at + step;
+  while (at != limit && !is_end(*text)) *at++ = *text++;
+  line.end_at(at);
+  return text;
+}
+
+void append_text(line_text &line, const char *text) {
+  text = append_step(line, text, [](char c) { return c == 0; });
+  if (*text) line.append(text);
+}
+
+/// Appends what stands in front of the next conversion. @return Where that conversion is, or the end.
+const char *append_literal(line_text &line, const char *text) {
+  constexpr auto is_end = [](char c) { return c == 0 || c == '%'; };
+  do text = append_step(line, text, is_end);
+  while (!is_end(*text));
+  return text;
 }
 
 /// Appends one plain conversion, whose text starts behind the per cent sign, and moves behind it. @return Whether it was one.
@@ -114,7 +171,7 @@ bool append_plain(line_text &line, const char *&conversion, argument_list &args)
     return false;
   } else if (letter == 's') {
     const char *const text = va_arg(args.list, const char *);
-    line.append(text ? text : "(null)");
+    append_text(line, text ? text : "(null)");
   } else if (letter == 'c') {
     line.put(static_cast<char>(va_arg(args.list, int)));
   } else if (letter == '%') {
@@ -124,18 +181,6 @@ bool append_plain(line_text &line, const char *&conversion, argument_list &args)
   }
   conversion = at;
   return true;
-}
-
-/// Appends what stands in front of the next conversion, which is short as a rule and is copied as it is read.
-/// @return Where that conversion is, or the end.
-const char *append_literal(line_text &line, const char *text) {
-  constexpr int step = 64;
-  for (;;) {
-    char *at = line.room(step), *const limit = at + step;
-    while (at != limit && *text && *text != '%') *at++ = *text++;
-    line.end_at(at);
-    if (at != limit) return text;
-  }
 }
 
 /// @return Whether the format could be used.
@@ -165,32 +210,25 @@ void line_text::grow(size_t bytes) {
   m_limit = m_start + capacity;
 }
 
-void append_line_prefix(line_text &line, const char *module) {
-  const chTick tick = chTimer::GetTickFromBoot();
-  SYSTEMTIME time;
-  zarGetLocalTime(&time);
-
+[[gnu::hot]] void append_line_prefix(line_text &line, const char *module) {
+  const platform::moment now = platform::read_moment();
+  if (!t_common.holds_at(now)) t_common.renew(now);
   if (module && *module) {
     line.put('[');
     line.append(module);
-    line.put('+');
   } else {
-    line.append("[D:Who?+");
+    line.append("[D:Who?");
   }
-  constexpr size_t most_bytes = 96;
-  writer out(line.room(most_bytes));
-  out.number(static_cast<int>(zarGetCurrentProcessId()));
-  out.put(':').number(static_cast<int>(zarGetCurrentThreadId())).put(']');
-  out.put(' ').pair(time.wMonth).put('-').pair(time.wDay);
-  out.put(' ').pair(time.wHour).put(':').pair(time.wMinute).put(':').pair(time.wSecond);
-  out.put('.').number(time.wMilliseconds / 100u).pair(time.wMilliseconds % 100);
-  out.put(' ').number(static_cast<unsigned>(tick.seconds));
-  const auto microseconds = static_cast<unsigned>(tick.microseconds);
-  out.put('.').pair(microseconds / 10000).pair(microseconds / 100 % 100).pair(microseconds % 100).put(' ');
+  constexpr size_t fraction = 7;
+  char *const at = line.room(common_words::most_bytes + fraction);
+  std::memcpy(at, t_common.text, common_words::most_bytes); // of a fixed length, and so without a call
+  writer out(at + t_common.size);
+  const auto microseconds = static_cast<unsigned>(now.boot.microseconds);
+  out.pair(microseconds / 10000).pair(microseconds / 100 % 100).pair(microseconds % 100).put(' ');
   line.end_at(out.end());
 }
 
-void append_formatted(line_text &line, const char *format, va_list args) {
+[[gnu::hot]] void append_formatted(line_text &line, const char *format, va_list args) {
   const size_t start = line.size();
   argument_list rest(args);
   for (;;) {

@@ -140,13 +140,14 @@ int uCTraceHelper::redirect(int method) {
 
 // These two stand at the place of their calls: after a system call each return from a function entered before it is slow.
 [[gnu::always_inline]] inline void uCTraceHelper::write_to_file(zar::line_text &line) {
-  std::unique_lock hold(outputs);
-  if (is_open) {
-    if (std::FILE *const stream = m_pFileTrace->PrepareForLine(line))
-      zar::platform::write_all(stream, line.view().data(), line.size());
-    return;
+  {
+    const std::lock_guard hold(outputs);
+    if (is_open) {
+      if (std::FILE *const stream = m_pFileTrace->PrepareForLine(line))
+        zar::platform::write_all(stream, line.view().data(), line.size());
+      return;
+    }
   }
-  hold.unlock();
   TraceToConsole(std::string(line.view()));
 }
 
@@ -177,7 +178,7 @@ void uCTraceHelper::TraceConstString(const std::string &text) {
   deliver(line);
 }
 
-void zar::trace_formatted(const char *module, const char *format, va_list args) {
+[[gnu::hot]] void zar::trace_formatted(const char *module, const char *format, va_list args) {
   uCTraceHelper &tracer = uCTraceHelper::getInstance();
   if (tracer.GetOutputMethod() == output_none) return;
   line_text line;
@@ -224,7 +225,7 @@ int uCTraceHelper::push_trace_level() { return zar::enter_scope(); }
 
 int uCTraceHelper::pop_trace_level() { return zar::leave_scope(); }
 
-TraceOutputOption &uCTraceHelper::GetProcessTraceOption() {
+[[gnu::hot]] TraceOutputOption &uCTraceHelper::GetProcessTraceOption() {
   TraceOutputOption *const known = zarTraceLevelTest::s_option.load(std::memory_order_acquire);
   TraceOutputOption &option = known != &unread_option ? *known : read_process_option();
   const int method = word_in_force(&TraceOutputOption::method, option);

@@ -7,23 +7,29 @@
 
 namespace zar::platform {
 
-static timespec now() {
+namespace {
+
+timespec read(clockid_t clock) {
   timespec time;
-  clock_gettime(CLOCK_BOOTTIME, &time);
+  clock_gettime(clock, &time);
   return time;
 }
 
-boot_time read_boot_time() {
-  const timespec time = now();
+boot_time boot_time_of(const timespec &time) {
   return {time.tv_sec, static_cast<int>(static_cast<unsigned>(time.tv_nsec) / 1000)};
 }
 
-unsigned long long read_boot_milliseconds() {
-  const timespec time = now();
-  return static_cast<unsigned long long>(time.tv_sec) * 1000 + static_cast<unsigned long long>(time.tv_nsec) / 1000000;
-}
+constexpr long long nanoseconds_per_second = 1000000000;
 
-namespace {
+long long nanoseconds(const timespec &time) { return time.tv_sec * nanoseconds_per_second + time.tv_nsec; }
+
+/// How far the wall clock was ahead of the other one when this thread asked last.
+struct lead {
+  long long asked; ///< the time since the start, in steps of 2^24 ns
+  long long nanoseconds;
+};
+
+thread_local lead t_lead = {-1, 0};
 
 /// The local date, hour and minute of the last minute asked for. Local time changes its distance to the clock at whole minutes only,
 /// so the calendar is worked out once a minute; it is the dearest part of a line of the tracer.
@@ -60,18 +66,31 @@ constinit minute_cache last_minute;
 
 } // namespace
 
-SYSTEMTIME read_local_time() {
-  timespec time;
-  clock_gettime(CLOCK_REALTIME, &time);
-  const time_t minute = time.tv_sec / 60, second = time.tv_sec % 60;
-  SYSTEMTIME result;
+boot_time read_boot_time() { return boot_time_of(read(CLOCK_BOOTTIME)); }
+
+unsigned long long read_boot_milliseconds() {
+  const timespec time = read(CLOCK_BOOTTIME);
+  return static_cast<unsigned long long>(time.tv_sec) * 1000 + static_cast<unsigned long long>(time.tv_nsec) / 1000000;
+}
+
+moment read_moment() {
+  const timespec boot = read(CLOCK_BOOTTIME);
+  const long long since_boot = nanoseconds(boot), step = since_boot >> 24;
+  if (t_lead.asked != step) t_lead = {step, nanoseconds(read(CLOCK_REALTIME)) - since_boot};
+  const auto wall = static_cast<unsigned long long>(since_boot + t_lead.nanoseconds);
+  return {boot_time_of(boot), static_cast<long long>(wall / 1000000)};
+}
+
+SYSTEMTIME local_time_of(long long wall_milliseconds) {
+  const time_t time = wall_milliseconds / 1000, minute = time / 60, second = time % 60;
+  SYSTEMTIME result = {};
+  result.wMilliseconds = static_cast<unsigned short>(wall_milliseconds % 1000);
   result.wSecond = static_cast<unsigned short>(second);
-  result.wMilliseconds = static_cast<unsigned short>(time.tv_nsec / 1000000);
   if (last_minute.find(minute, result)) return result;
 
   // localtime_r need not look at TZ again at each call, so the zone is what it was at the first.
   tm parts;
-  localtime_r(&time.tv_sec, &parts);
+  localtime_r(&time, &parts);
   result.wYear = static_cast<unsigned short>(parts.tm_year + 1900);
   result.wMonth = static_cast<unsigned short>(parts.tm_mon + 1);
   result.wDayOfWeek = static_cast<unsigned short>(parts.tm_wday);
@@ -85,6 +104,8 @@ SYSTEMTIME read_local_time() {
     result.wSecond = static_cast<unsigned short>(parts.tm_sec);
   return result;
 }
+
+SYSTEMTIME read_local_time() { return local_time_of(nanoseconds(read(CLOCK_REALTIME)) / 1000000); }
 
 SYSTEMTIME read_system_time() {
   using namespace std::chrono;

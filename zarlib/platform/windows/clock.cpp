@@ -4,6 +4,9 @@ namespace zar::platform {
 
 namespace {
 
+// FILETIME counts steps of 100 ns from the start of 1601.
+constexpr long long start_of_1970 = 116444736000000000, steps_per_millisecond = 10000;
+
 long long read_counter() {
   LARGE_INTEGER count;
   QueryPerformanceCounter(&count);
@@ -34,6 +37,23 @@ boot_time read_boot_time() {
 }
 
 unsigned long long read_boot_milliseconds() { return scaled_counter(1000); }
+
+moment read_moment() {
+  FILETIME time;
+  GetSystemTimeAsFileTime(&time);
+  const auto steps =
+      static_cast<long long>(static_cast<unsigned long long>(time.dwHighDateTime) << 32 | time.dwLowDateTime);
+  return {read_boot_time(), (steps - start_of_1970) / steps_per_millisecond};
+}
+
+SYSTEMTIME local_time_of(long long wall_milliseconds) {
+  const long long steps = wall_milliseconds * steps_per_millisecond + start_of_1970;
+  const FILETIME time = {static_cast<DWORD>(steps), static_cast<DWORD>(steps >> 32)};
+  FILETIME local;
+  SYSTEMTIME result = {};
+  if (FileTimeToLocalFileTime(&time, &local)) FileTimeToSystemTime(&local, &result);
+  return result;
+}
 
 SYSTEMTIME read_local_time() {
   SYSTEMTIME time;
