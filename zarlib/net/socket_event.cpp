@@ -48,6 +48,7 @@ chEvent_Socket::~chEvent_Socket() { CloseEvent(); }
 chEvent_Socket::endpoint chEvent_Socket::open_endpoint() {
   const unsigned socket = platform::open_socket(AF_INET, SOCK_DGRAM, 0);
   if (socket == platform::invalid_socket) return closed();
+  platform::fit_to_short_datagrams(socket);
   chSocketAddr address = loopback_address(0);
   int length = address_length;
   platform::bind_socket(socket, system_address(address), length);

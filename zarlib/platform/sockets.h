@@ -29,6 +29,9 @@ void reuse_address(unsigned socket);
 /// Chooses the lengths of a connected stream's queues by how far the peer is; leaves them to the system where it knows best.
 void fit_to_peer(unsigned socket, const sockaddr &peer);
 
+/// Spares datagrams of a few bytes that do not leave the machine what guards them on longer ways.
+void fit_to_short_datagrams(unsigned socket);
+
 int set_blocking(unsigned socket, bool blocking);
 
 /// @return How many bytes wait to be received.

@@ -158,6 +158,13 @@ void fit_to_peer(unsigned socket, const sockaddr &peer) {
     setsockopt(to_descriptor(socket), SOL_SOCKET, SO_SNDBUF, &loopback_queue, sizeof loopback_queue);
 }
 
+void fit_to_short_datagrams(unsigned socket) {
+  // A datagram that may not be cut needs no number to be put together by.
+  const int without_checksum = 1, uncut = IP_PMTUDISC_DO;
+  setsockopt(to_descriptor(socket), SOL_SOCKET, SO_NO_CHECK, &without_checksum, sizeof without_checksum);
+  setsockopt(to_descriptor(socket), IPPROTO_IP, IP_MTU_DISCOVER, &uncut, sizeof uncut);
+}
+
 int set_blocking(unsigned socket, bool blocking) {
   int non_blocking = blocking ? 0 : 1;
   return ioctl(to_descriptor(socket), FIONBIO, &non_blocking);

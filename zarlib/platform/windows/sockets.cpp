@@ -87,6 +87,7 @@ void reuse_address(unsigned socket) {
 }
 
 void fit_to_peer(unsigned, const sockaddr &) {}
+void fit_to_short_datagrams(unsigned) {}
 
 int set_blocking(unsigned socket, bool blocking) {
   u_long non_blocking = blocking ? 0 : 1;
