@@ -3,6 +3,8 @@
 #include "tests/support/harness/child_process.h"
 #include "tests/support/harness/files.h"
 #include "zarlib/frame/process_identity.h"
+#include "zarlib/time/calendar.h"
+#include "zarlib/time/ticks.h"
 #include "zarlib/trace/tracer_manager.h"
 
 #include <gmock/gmock.h>
@@ -20,7 +22,7 @@ protected:
 
   /// The next line without its prefix, whose parts go to `prefix`; a marker where there is none.
   std::string line() {
-    static const std::regex format(R"(^\[(.*)\+(\d+):(\d+)\] \d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \d+\.\d{6} )");
+    static const std::regex format(R"(^\[(.*)\+(\d+):(\d+)\] \d\d-\d\d (\d\d):(\d\d):(\d\d)\.(\d{3}) (\d+)\.(\d{6}) )");
     std::string text;
     if (!tracer.ReadShareMemoryString(text)) return "(none)";
     start = text.substr(0, 120);
@@ -42,6 +44,25 @@ TEST_F(TraceTest, PrefixTellsModuleProcessThreadAndTime) {
     EXPECT_EQ(prefix[1], module && *module ? module : "D:Who?");
     EXPECT_EQ(prefix[2], std::to_string(zarGetCurrentProcessId()));
     EXPECT_EQ(prefix[3], std::to_string(zarGetCurrentThreadId()));
+  }
+
+  // Parts of it are kept from line to line, but none longer than it holds.
+  constexpr int day = 86400000;
+  const auto number = [&](size_t part) { return std::stoi(prefix[part]); };
+  const auto milliseconds = [](int h, int m, int s, int ms) { return ((h * 60 + m) * 60 + s) * 1000 + ms; };
+  const auto clock = [&] {
+    const chLocalTime now;
+    return milliseconds(now.wHour, now.wMinute, now.wSecond, now.wMilliseconds);
+  };
+  for (const chTickTimer timer; timer.GetMicrosecond() < 50000;) {
+    const int before = clock();
+    const chTick tick = chTimer::GetTickFromBoot();
+    zarTrace(5, "text");
+    EXPECT_EQ(line(), "text");
+    const int told = milliseconds(number(4), number(5), number(6), number(7));
+    EXPECT_LE((told - before + day) % day, (clock() - before + day) % day + 1) << start;
+    const chTick told_tick(number(8), number(9));
+    EXPECT_FALSE(told_tick < tick || told_tick > chTimer::GetTickFromBoot()) << start;
   }
 }
 

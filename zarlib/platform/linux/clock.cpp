@@ -23,13 +23,26 @@ constexpr long long nanoseconds_per_second = 1000000000;
 
 long long nanoseconds(const timespec &time) { return time.tv_sec * nanoseconds_per_second + time.tv_nsec; }
 
-/// How far the wall clock was ahead of the other one when this thread asked last.
+/// How far the wall clock was ahead of the other one when this thread last compared them.
 struct lead {
-  long long asked; ///< the time since the start, in steps of 2^24 ns
+  long long compared; ///< the time since the start, in steps of 2^24 ns
   long long nanoseconds;
 };
 
 thread_local lead t_lead = {-1, 0};
+
+/// A thread that loses the processor between the two clocks would count the pause as lead, so it reads them again.
+long long compare_clocks() {
+  constexpr long long most_between = 500000;
+  constexpr int most_attempts = 4;
+  long long result = 0;
+  for (int i = 0; i < most_attempts; ++i) {
+    const long long boot = nanoseconds(read(CLOCK_BOOTTIME));
+    result = nanoseconds(read(CLOCK_REALTIME)) - boot;
+    if (nanoseconds(read(CLOCK_BOOTTIME)) - boot < most_between) break;
+  }
+  return result;
+}
 
 /// The local date, hour and minute of the last minute asked for. Local time changes its distance to the clock at whole minutes only,
 /// so the calendar is worked out once a minute; it is the dearest part of a line of the tracer.
@@ -76,7 +89,7 @@ unsigned long long read_boot_milliseconds() {
 moment read_moment() {
   const timespec boot = read(CLOCK_BOOTTIME);
   const long long since_boot = nanoseconds(boot), step = since_boot >> 24;
-  if (t_lead.asked != step) t_lead = {step, nanoseconds(read(CLOCK_REALTIME)) - since_boot};
+  if (t_lead.compared != step) t_lead = {step, compare_clocks()};
   const auto wall = static_cast<unsigned long long>(since_boot + t_lead.nanoseconds);
   return {boot_time_of(boot), static_cast<long long>(wall / 1000000)};
 }
