@@ -1,5 +1,5 @@
-// ZAR_API: what stands in the library's interface. Nothing else is visible in the built library. ZAR_LOCAL keeps out
-// what stands inside a class that is exported.
+// ZAR_API marks the library's public interface; nothing else is visible in the built library. ZAR_LOCAL hides a member
+// of an exported class.
 #pragma once
 
 #if defined(_WIN32)
@@ -13,7 +13,7 @@
 #define ZAR_API __attribute__((visibility("default")))
 #define ZAR_LOCAL __attribute__((visibility("hidden")))
 #endif
-
+/// Lets the compiler check a printf-style format against its arguments; both indices start at 1.
 /// Lets the compiler compare a printf-style format with its arguments; both counts start at 1.
 #if defined(__MINGW32__)
 #define ZAR_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))

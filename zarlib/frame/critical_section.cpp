@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-// The interface holds the lock as bytes so that no header of the platform stands in it.
+// The class holds the lock as raw bytes so that its header needs none of the platform's.
 template <class Storage>
 static zar::platform::lock_storage &lock_in(Storage &storage) {
   static_assert(sizeof(Storage) == sizeof(zar::platform::lock_storage));
@@ -22,7 +22,8 @@ chCriticalSection::chCriticalSection() { zar::platform::lock_init(lock_in(m_lock
 
 chCriticalSection::~chCriticalSection() { zar::platform::lock_destroy(lock_in(m_lock)); }
 
-// The owner word orders nothing: only the holder writes it, and whoever compares it with its own id reads what it wrote itself.
+// Relaxed suffices for the owner word: only the holder writes it, so a thread that finds its own id there wrote it
+// itself.
 int chCriticalSection::Lock() {
   m_owner.store(zar::platform::lock_enter(lock_in(m_lock)), std::memory_order_relaxed);
   return 1;
@@ -41,7 +42,7 @@ int chCriticalSection::IsLockedByThisThread() const {
   return zar::platform::is_current_thread(m_owner.load(std::memory_order_relaxed));
 }
 
-// Flattened: the whole road of an uncontended lock is one function, as it is for the standard library's mutexes.
+// Flattened: the whole uncontended path is one function, as in the standard library's mutexes.
 [[gnu::flatten]] void chThreadLock<chCriticalSection>::Lock() {
   if (m_section.IsLockedByThisThread()) {
     ++m_depth;

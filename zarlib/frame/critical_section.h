@@ -1,4 +1,4 @@
-// chCriticalSection and chThreadLock: the locks of one process.
+// chCriticalSection and chThreadLock: locks within one process.
 #pragma once
 
 #include "zarlib/export.h"
@@ -7,28 +7,28 @@
 
 /// A lock that remembers which thread holds it.
 ///
-/// Not to be nested: the owner is one word, so Lock, Lock, Unlock, Unlock on one thread warns at the second Unlock and leaves
-/// the section held. Nesting is what chThreadLock is for; a caller that may already hold the section asks
+/// Not recursive: there is only one owner word, so Lock, Lock, Unlock, Unlock on one thread warns at the second Unlock
+/// and leaves the section held. For nesting use chThreadLock; a caller that may already hold the section asks
 /// IsLockedByThisThread() first. Any thread may call any operation.
 class ZAR_API chCriticalSection {
 public:
   chCriticalSection();
   chCriticalSection(const chCriticalSection &) = delete;
   chCriticalSection &operator=(const chCriticalSection &) = delete;
-  /// REQUIRES: nobody holds it; not tested.
+  /// REQUIRES: nobody holds it; not checked.
   ~chCriticalSection();
 
   /// Waits without limit. @return 1, always.
   int Lock();
 
-  /// Gives the section back. One that nobody holds is left as it is, with a warning on stderr.
+  /// Releases the section. If nobody holds it, it only warns on stderr.
   /// REQUIRES: a held section is held by this thread.
   void Unlock();
 
   /// @return 1 when any thread holds it, else 0.
   int IsLocked() const;
 
-  /// @return 1 when this thread holds it, else 0. Costs two loads.
+  /// @return 1 when this thread holds it, else 0. Cost: two loads.
   int IsLockedByThisThread() const;
 
 private:
@@ -43,7 +43,7 @@ private:
 template <class Section>
 class chThreadLock;
 
-/// A chCriticalSection that the holding thread may enter again; it is free after as many Unlock as Lock.
+/// A recursive chCriticalSection: it is free again after as many Unlock as Lock calls.
 template <>
 class ZAR_API chThreadLock<chCriticalSection> {
 public:
@@ -54,7 +54,7 @@ public:
   /// Waits without limit.
   void Lock();
 
-  /// Undoes one Lock. On a thread that does not hold the lock it aborts the process, without a message.
+  /// Undoes one Lock. Called by a thread that does not hold the lock, it aborts the process without a message.
   void Unlock();
 
 private:

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-/// A value of one word, zero at first, without further operations: a base for what clients throw. The library throws none.
+/// A one-word value, initially zero: a base for what clients throw. The library itself throws none.
 class ZAR_API chException {
 public:
   chException();

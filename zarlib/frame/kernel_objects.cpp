@@ -14,12 +14,12 @@
 
 namespace platform = zar::platform;
 
-// The holder is compared from any thread; it orders nothing, as only the holder writes it.
+// Any thread may compare the owner with its own id; relaxed suffices, as only the holder writes it.
 static std::atomic_ref<unsigned long> shared(unsigned long &word) { return std::atomic_ref<unsigned long>(word); }
 
 chEvent::chEvent(const chEvent &) noexcept {}
 
-// Settled, callers rely on it: an event keeps its own handle and takes no other's.
+// Settled, callers rely on it: an event keeps its own handle and never takes another's.
 chEvent &chEvent::operator=(const chEvent &) noexcept { return *this; } // NOLINT(bugprone-unhandled-self-assignment)
 
 chEvent::~chEvent() {
@@ -59,7 +59,7 @@ int chMutex::Lock(int milliseconds) {
   const unsigned result = platform::wait_mutex(m_handle, milliseconds);
   if (result == platform::wait_acquired || result == platform::wait_abandoned) {
     shared(m_owner).store(platform::current_thread_id(), std::memory_order_relaxed);
-    // Settled, callers rely on it: a mutex taken from the dead is held, yet the answer is 0; IsLockedByThisThread() tells.
+    // Settled, callers rely on it: an abandoned mutex is acquired, yet the answer is 0; IsLockedByThisThread() tells.
     return result == platform::wait_acquired;
   }
   zarOutputWarningString("Lock Mutex fail for %s [%d:%d] %x", std::strerror(errno),
@@ -83,7 +83,7 @@ int chMutex::IsLockedByThisThread() const {
 
 int chMutex::IsCreateByMe() const { return m_created; }
 
-// Settled, callers rely on it: closing does not forget the holder.
+// Settled, callers rely on it: closing does not reset the owner.
 void chMutex::CloseMutex() {
   platform::close_mutex(std::exchange(m_handle, nullptr));
   m_created = 0;
@@ -96,7 +96,7 @@ void *chMapFile::OpenMapFile(const std::string &name) { return OpenMapFile(name,
 void *chMapFile::OpenMapFile(const std::string &name, int size) {
   const std::string full_name = "Local\\mapfile_" + pathGetLastPart(name);
   bool created = false;
-  // No system has room for what a negative number would mean as a size, so each of them only opens, as -1 does.
+  // A negative number read as unsigned is a size no system can provide, so all of them only open, like -1.
   m_handle = size < 0 ? platform::open_mapping(full_name)
                       : platform::create_mapping(full_name, static_cast<unsigned>(size), created);
   m_created = created;

@@ -1,13 +1,14 @@
-// chEvent, chMutex and chMapFile: objects of the session under a name, shared by all processes of the user.
+// chEvent, chMutex and chMapFile: named objects of the session, shared by all processes of the user.
 //
-// A name is cut to its last path part, so "a/b/c", "a\b\c/" and "c" are one name, and each class has names of its own. One object
-// exists per name; its first opener is told so by IsCreateByMe(). The object goes when its last holder closes it or dies, by
-// whatever death, and the next opener starts afresh. On Windows these are the system's kernel objects, and a name ends at its
-// first NUL byte; on Linux they live in shared memory with rights for the owner alone, as docs/formats/kernel-objects.md tells,
-// and all bytes of a name count. A process forked on Linux shares its parent's handles until it ends or starts another program.
+// A name is reduced to its last path component, so "a/b/c", "a\b\c/" and "c" are one name; each class has its own
+// namespace. One object exists per name; IsCreateByMe() tells its first opener. The object goes away when its last
+// holder closes it or dies, however it dies, and the next opener starts afresh. On Windows these are kernel objects,
+// and a name ends at its first NUL byte. On Linux they live in shared memory accessible to the owner only
+// (docs/formats/kernel-objects.md), and all bytes of a name count; a forked process shares its parent's handles until
+// it ends or executes another program.
 //
-// An object is opened and closed by one thread at a time; the waits, and what ends them, may be called on many threads at once.
-// Nothing throws and nothing is written where a refusal is the answer, but for chMutex's two warnings.
+// Open and close an object from one thread at a time; waiting, signalling and unlocking may be called by many threads
+// at once. Nothing throws; failures are reported by the return value only, except for chMutex's two warnings.
 #pragma once
 
 #include "zarlib/export.h"
@@ -20,40 +21,40 @@ struct named_mutex;
 struct named_mapping;
 } // namespace zar::platform
 
-/// A signal that lets one waiter through, in whichever process it waits.
+/// An auto-reset event: each signal releases one waiter, in whichever process it waits.
 ///
 ///                 closed        open
-///     OpenEventA  opens         REQUIRES: not called; the first handle would be kept until the process ends
+///     OpenEventA  opens         REQUIRES: not called; the first handle would leak until process exit
 ///     CloseEvent  nothing       closed
 ///     SetEvent    0             signals, 1
-///     ResetEvent  nothing       takes the signal back
+///     ResetEvent  nothing       clears the signal
 ///     WaitEvent   0, at once    waits
 ///     destructor  nothing       closes
 class ZAR_API chEvent {
 public:
   chEvent() = default;
-  /// A copy is a closed event of its own: the handle is not copied.
+  /// The copy is a separate, closed event: the handle is not copied.
   chEvent(const chEvent &) noexcept;
   /// Does nothing.
   chEvent &operator=(const chEvent &) noexcept;
   ~chEvent();
 
-  /// Opens the event of that name, or makes it, not signalled. @return 1, or 0 when the system refuses.
+  /// Opens the event of that name, or creates it unsignalled. @return 1, or 0 when the system refuses.
   int OpenEventA(const std::string &name);
   void CloseEvent();
   /// CloseEvent() under another name.
   void DestroyEvent();
 
-  /// Signals: one wait, under way or to come, gets through. While signalled, more signals add nothing. @return 1, or 0.
+  /// Signals: releases one waiter, present or future; no effect on an event already signalled. @return 1, or 0.
   int SetEvent();
   void ResetEvent();
 
-  /// Waits for the signal and takes it, so that no other waiter gets through by it.
-  /// @param milliseconds  0 only looks; -1 waits without limit; any other number counts as unsigned.
-  /// @return 1 when this call took the signal; 0 after the time, or when closed.
+  /// Waits for the signal and consumes it, so that it releases no other waiter.
+  /// @param milliseconds  0 only polls; -1 waits without limit; any other number is taken as unsigned.
+  /// @return 1 when this call consumed the signal; 0 on time-out, or when closed.
   int WaitEvent(int milliseconds);
 
-  /// @return 1 when OpenEventA() made the event, or was refused; else 0.
+  /// @return 1 when OpenEventA() created the event, or was refused; else 0.
   int IsCreateByMe() const;
 
 private:
@@ -61,44 +62,44 @@ private:
   zar::platform::named_event *m_handle = nullptr;
 };
 
-/// A lock between threads of any processes.
+/// A lock between threads of any processes of the session.
 ///
 ///                          closed              open
-///     OpenMutexA           opens               REQUIRES: not called; the first handle would be kept until the process ends
+///     OpenMutexA           opens               REQUIRES: not called; the first handle would leak until process exit
 ///     Lock                 0 and a warning     waits
-///     Unlock               a warning           gives back
+///     Unlock               a warning           releases
 ///     IsLockedByThisThread 0                   1 or 0
 ///     CloseMutex           nothing             closed
-///     destructor           nothing             nothing: the handle stays open until the process ends. Close before
+///     destructor           nothing             nothing: the handle stays open until the process ends; close first
 ///
-/// The mutex belongs to a thread and may be taken again by it; but this class has one word for its holder, so Lock, Lock, Unlock
-/// on one object leaves the mutex held with an Unlock that only warns. Not to be nested, therefore, through one object. A copy
-/// shares the handle: close one of the two.
+/// The system's mutex is recursive, but this class has only one owner word: after Lock, Lock, Unlock on one object the
+/// mutex is still held, and a second Unlock only warns. So do not nest through one object. A copy shares the handle:
+/// close only one of the two.
 class ZAR_API chMutex {
 public:
   chMutex() = default;
 
-  /// Opens the mutex of that name, or makes it, free. @return 1, or 0 when the system refuses.
+  /// Opens the mutex of that name, or creates it unlocked. @return 1, or 0 when the system refuses.
   int OpenMutexA(const std::string &name);
 
-  /// Waits until the mutex is free and takes it.
-  /// @param milliseconds  0 only tries; -1 waits without limit; any other number counts as unsigned.
-  /// @return 1 when taken. 0 with IsLockedByThisThread() 1: taken from a thread that ended while it held the mutex, so what it guards
-  ///         may be half changed; it is to be unlocked as ever. 0 else: not taken, and a warning on stderr tells the cause
-  ///         ("Lock Mutex fail for ...", 102 for the time, ffffffff for a closed mutex).
+  /// Waits until the mutex is free and acquires it.
+  /// @param milliseconds  0 only tries; -1 waits without limit; any other number is taken as unsigned.
+  /// @return 1 when acquired. 0 with IsLockedByThisThread() 1: acquired, but the previous holder's thread ended without
+  ///         unlocking, so the guarded data may be inconsistent; unlock it as usual. 0 otherwise: not acquired, and a
+  ///         warning on stderr tells why ("Lock Mutex fail for ...", 102 for a time-out, ffffffff for a closed mutex).
   int Lock(int milliseconds);
 
-  /// Gives the mutex back. One that was not locked through this object is left as it is, with a warning on stderr. On a thread
-  /// other than the holder's it has no effect but that this object forgets the holder.
+  /// Releases the mutex. If it was not locked through this object, it only warns on stderr. Called by a thread other
+  /// than the holder, it only makes this object forget the holder.
   void Unlock();
 
-  /// @return 1 when this thread locked the mutex through this object, else 0. Costs two loads.
+  /// @return 1 when this thread locked the mutex through this object, else 0. Cost: two loads.
   int IsLockedByThisThread() const;
 
-  /// @return 1 when OpenMutexA() made the mutex, or was refused; else 0.
+  /// @return 1 when OpenMutexA() created the mutex, or was refused; else 0.
   int IsCreateByMe() const;
 
-  /// Closes; a mutex that is held stays so until its thread ends, and the holder is not forgotten.
+  /// Closes the handle; a held mutex stays held until its thread ends, and the owner word is not reset.
   void CloseMutex();
   /// CloseMutex() under another name.
   void DestroyMutex();
@@ -109,16 +110,16 @@ private:
   mutable unsigned long m_owner = 0; // the thread that locked through this object; read and written atomically
 };
 
-/// A block of memory that several processes see, each at an address of its own.
+/// A block of shared memory, mapped by each process at an address of its own.
 ///
 ///                  closed                             open
-///     OpenMapFile  opens; close it also after null    REQUIRES: not called; the first handle would be kept until the process ends
+///     OpenMapFile  opens; close it even after null    REQUIRES: not called; the first handle would leak
 ///     CloseMapFile nothing                            closed; the view is gone
 ///     getData      null                               the view
 ///     IsCreateByMe as the last open left it           1 for the creator, else 0
-///     destructor   nothing                            nothing: the view stays until the process ends. Close before
+///     destructor   nothing                            nothing: the view stays until the process ends; close first
 ///
-/// A copy shares view and handle: close one of the two.
+/// A copy shares view and handle: close only one of the two.
 class ZAR_API chMapFile {
 public:
   chMapFile() = default;
@@ -126,10 +127,10 @@ public:
   /// OpenMapFile(name, -1).
   void *OpenMapFile(const std::string &name);
 
-  /// Opens the block of that name, or makes it, filled with zeros.
-  /// @param size  Bytes of a new block, rounded up to whole pages. -1, and any other number below 0, opens an existing block only; 0
-  ///              is refused. An existing block is opened as it is, whatever its size.
-  /// @return The whole block; null when the system refuses, or has no room.
+  /// Opens the block of that name, or creates it, zero-filled.
+  /// @param size  Bytes of a new block, rounded up to whole pages. -1, or any other negative number, only opens an
+  ///              existing block; 0 is refused. An existing block is opened whatever its size.
+  /// @return The whole block; null when the system refuses or has no memory.
   void *OpenMapFile(const std::string &name, int size);
 
   void CloseMapFile();
@@ -139,10 +140,10 @@ public:
   /// @return The block, or null.
   void *getData() const;
 
-  /// @return 1 when the last OpenMapFile() made the block, else 0; closing does not change it.
+  /// @return 1 when the last OpenMapFile() created the block, else 0; closing does not change it.
   int IsCreateByMe() const;
 
-  /// Does nothing: all processes see one memory.
+  /// Does nothing: all processes see the same memory.
   void Flush();
 
 private:

@@ -7,8 +7,8 @@
 #include <atomic>
 #include <unordered_map>
 
-// A record does not move while it lives: objects point to it, and the tables' nodes stay where they are when a table grows.
-// The creator is read by any holder while its own object closes, the rest is guarded by getStaticObjectCritical().
+// Records have stable addresses: objects point to them, and table nodes do not move on rehash. `creator` may be read by
+// any holder while its own object closes; everything else is guarded by getStaticObjectCritical().
 struct mapFileLocalRecord {
   std::atomic<chMapFile_Local *> creator{nullptr};
   int references = 0;
@@ -26,8 +26,8 @@ namespace {
 template <class Record>
 using record_table = std::unordered_map<std::string, Record>;
 
-// Every object touches its table and the static lock when it is constructed, so at process exit these are destroyed after the
-// last of them.
+// Every object's constructor touches its table and the static lock, so at process exit these are destroyed after the
+// last object.
 record_table<mapFileLocalRecord> &mapFileLocalTable() {
   static record_table<mapFileLocalRecord> table;
   return table;
@@ -52,7 +52,7 @@ public:
   ~static_lock() { getStaticObjectCritical().Unlock(); }
 };
 
-/// Takes a reference to the record of that name for the object. REQUIRES: the static lock is held.
+/// Adds a reference by the object to the record of that name. REQUIRES: the static lock is held.
 template <class Record, class Object>
 std::pair<Record *, bool> take(record_table<Record> &table, const std::string &name, Object *object) {
   const auto [entry, added] = table.try_emplace(name);
@@ -62,7 +62,7 @@ std::pair<Record *, bool> take(record_table<Record> &table, const std::string &n
   return {&record, added};
 }
 
-/// Gives the object's reference back. @return Whether it was the last. REQUIRES: the static lock is held.
+/// Drops the object's reference. @return Whether it was the last. REQUIRES: the static lock is held.
 template <class Record, class Object>
 bool give_back(Record &record, Object *object) {
   if (record.creator.load(std::memory_order_relaxed) == object)
@@ -70,7 +70,8 @@ bool give_back(Record &record, Object *object) {
   return --record.references == 0;
 }
 
-/// Clears a pointer for good, even when its object is about to end: a destroyed singleton may still be asked, and then is closed.
+/// Clears a pointer so that the store survives even in a dying object: a destroyed singleton may still be used, and
+/// then reads as closed.
 template <class Record>
 void forget(Record *&record) {
   std::atomic_ref<Record *>(record).store(nullptr, std::memory_order_relaxed);
@@ -123,7 +124,7 @@ int chMutex_Local::OpenMutexA(const std::string &name) {
   return 1;
 }
 
-// Settled, callers rely on it: the time is ignored, every caller waits until the mutex is free.
+// Settled, callers rely on it: the time-out is ignored; every caller waits until the mutex is free.
 int chMutex_Local::Lock(int) { return m_record ? m_record->section.Lock() : 0; }
 
 void chMutex_Local::Unlock() {

@@ -14,7 +14,7 @@ constexpr int block_bytes = 8192;
 constexpr int block_version = 4099;
 
 constinit zar::static_instance<uCSystemNamedObjectHelper> the_helper;
-constinit std::atomic<bool> table_closed{false}; // the instance is handed out for ever, its block is not
+constinit std::atomic<bool> table_closed{false}; // the instance stays reachable for ever, its block does not
 
 class record_name : public baseShareStringA {
 public:
@@ -33,9 +33,9 @@ struct named_record {
 };
 static_assert(sizeof(named_record) == 12, "a storage format");
 
-constexpr int text_overhead = 5; // the length ahead of a text, the NUL behind it
+constexpr int text_overhead = 5; // the length before a text, the NUL after it
 
-/// Where the search for a name ends: at its record, or at the node that a new record goes before.
+/// Where the search for a name ended: at its record, or at the node to insert a new record before.
 struct place {
   list_chain_offset *node;
   bool found;
@@ -47,18 +47,18 @@ place find(const list_chain_offset &head, const std::string &name) {
     const record_name &entry = named_record::of(node)->name;
     const int order = name.compare(0, name.npos, entry.c_str(), static_cast<size_t>(entry.length()));
     if (order == 0) return {node, true};
-    // Settled, callers rely on it: a greater name stands before a smaller one.
+    // Settled, callers rely on it: names are in descending order.
     if (order > 0) break;
   }
   return {node, false};
 }
 
-/// The allocator of a chain's records, directly before the chain's head.
+/// The allocator of a chain's records, which lies directly before the chain's head.
 basePoolAlloc &pool_before(const void *head) {
   return *reinterpret_cast<basePoolAlloc *>(reinterpret_cast<std::uintptr_t>(head) - sizeof(basePoolAlloc));
 }
 
-/// Whether a word can refer to any place in the object: always in 32 bits, within 2 GiB in 64.
+/// Whether a self-relative word can refer to any byte of the object: always on 32-bit, within 2 GiB on 64-bit targets.
 bool reaches(const void *word, const chSystemNamedObject *object) {
   if (sizeof(void *) == sizeof(std::int32_t)) return true;
   const auto distance =
@@ -84,11 +84,11 @@ private:
 
 } // namespace
 
-/// The singleton's lock and object, for what works on the table.
+/// Friend access to the singleton's mutex and object.
 struct zar::named_table {
   static chMutex_Local &mutex() { return uCSystemNamedObjectHelper::getInstance().m_mutex; }
 
-  /// Null when the block could not be had, and once it has been closed at process exit.
+  /// Null when the block could not be obtained, and once it has been closed at process exit.
   static chSystemNamedObject *object() {
     uCSystemNamedObjectHelper &helper = uCSystemNamedObjectHelper::getInstance();
     return table_closed.load(std::memory_order_relaxed) ? nullptr : helper.m_object;
@@ -97,7 +97,7 @@ struct zar::named_table {
   static void store_name(record_name &target, const std::string &name, basePoolAlloc &own_pool) {
     const lock_if_free hold(mutex());
     chSystemNamedObject *const common = object();
-    // Settled, callers rely on it: every chain keeps its names in the process's table, as long as a word reaches so far.
+    // Settled, callers rely on it: every chain keeps its names in the process's table, if a word reaches it.
     basePoolAlloc &pool = common && reaches(&target, common) ? common->pool() : own_pool;
     auto *const text = static_cast<baseShareTextA *>(pool.alloc(static_cast<int>(name.size()) + text_overhead));
     std::memcpy(text->text(), name.c_str(), name.size() + 1);
@@ -125,7 +125,7 @@ void *chNamedObjectManager::GetNamedObject(const std::string &name, int size, in
 
   if (created) *created = 1;
   basePoolAlloc &pool = pool_before(this);
-  // Settled, callers rely on it: an exhausted pool is not tested for, and the first store through its null is a fault.
+  // Settled, callers rely on it: pool exhaustion is not checked; the first store through the null pointer faults.
   auto *const record = new (pool.alloc(size + static_cast<int>(sizeof(named_record)))) named_record;
   if (!name.empty()) zar::named_table::store_name(record->name, name, pool);
   chain_insert_before(*where.node, record->links);

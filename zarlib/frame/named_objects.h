@@ -1,7 +1,7 @@
-// The named object table: blocks of memory by name, shared by all code of the process.
+// The named object table: memory blocks by name, shared by all code of the process.
 //
-// Whoever asks first for a name gets a new block of the size asked for, everyone later the same block, and the answer tells which
-// of the two it was. The table is one block of 8 KiB, so ask for small things: about 8000 bytes for all blocks with their names.
+// The first request for a name gets a new block of the requested size, later ones the same block; an out-parameter
+// tells which. The table is a single 8 KiB block, so use it for small things: all blocks and names share about 8000 bytes.
 //
 //     int created = 0;
 //     nameHelperLock();
@@ -17,34 +17,34 @@
 
 #include <string>
 
-/// A chain of named blocks, sorted by name, and the head of it: 8 bytes, a storage format.
+/// The head of a chain of named blocks, sorted by name: 8 bytes, a storage format.
 ///
-/// Records and names come from the basePoolAlloc that stands directly before this object.
-/// REQUIRES: there is one. Names go by all their bytes, in case too; the empty name is a name.
+/// Records and names are allocated from the basePoolAlloc directly before this object.
+/// REQUIRES: there is one. Names are compared byte for byte, case-sensitively; the empty name is valid.
 ///
-/// The walk and the links are not guarded: threads that share a chain bracket their calls with nameHelperLock(). Only the text of a
-/// name is stored and released under that lock, which is taken where the thread does not hold it. A call costs a walk over the names
-/// ahead of the one searched; no heap is touched.
+/// Search and links are not locked: threads that share a chain bracket their calls with nameHelperLock(). Only storing
+/// and releasing a name's text takes that lock, unless the thread already holds it. Cost: linear in the names that
+/// precede the one searched for; no heap use.
 class ZAR_API chNamedObjectManager {
 public:
   /// An empty chain.
   chNamedObjectManager() = default;
   chNamedObjectManager(const chNamedObjectManager &) = delete;
-  /// Both forms copy the two words as they stand; a copied head is the head of nothing, unless the whole block was copied.
+  /// Both forms copy the two words verbatim; a copied head is no valid head unless the whole block was copied.
   chNamedObjectManager &operator=(const chNamedObjectManager &) = default;
   chNamedObjectManager &operator=(chNamedObjectManager &&) = default;
 
-  /// Finds the block of that name, or makes it.
-  /// @param size     Bytes of a new block, on a multiple of 4 and not cleared; not looked at when the name exists.
+  /// Finds the block of that name, or creates it.
+  /// @param size     Bytes of a new block, aligned to 4 and uninitialised; ignored when the name exists.
   /// @param created  Receives 1 when the block is new, else 0; may be null.
-  /// @return The block. Null, with `created` 0, when a new one was asked for with a negative size or one near 2 GiB. When the pool
-  ///         is exhausted, the process faults: that is settled, and the pool's dump tells what filled it.
+  /// @return The block. Null, with `created` 0, when a new block was requested with a negative size or one near 2 GiB.
+  ///         When the pool is exhausted the process faults: that is settled, and the pool's dump shows what filled it.
   void *GetNamedObject(const std::string &name, int size, int *created);
 
   /// @return The block of that name, or null.
   void *FindNamedObject(const std::string &name) const;
 
-  /// Frees the block of that name, for every holder; an unknown name does nothing.
+  /// Frees the block of that name, whoever uses it; an unknown name does nothing.
   void FreeNamedObject(const std::string &name);
 
 protected:
@@ -82,10 +82,10 @@ namespace zar {
 struct named_table;
 }
 
-/// Holds the table of this process open, from its first use to process exit, with all that is in it.
+/// Keeps the table of this process open, with its whole content, from first use to process exit.
 class ZAR_API uCSystemNamedObjectHelper : public ipcObjectFrame<chSystemNamedObject, chMapFile_Local, chMutex_Local> {
 public:
-  /// Any thread; asked for by the very thread that is building it, it ends the process with a message.
+  /// Any thread; re-entered by the thread that is building it, it ends the process with a message.
   static uCSystemNamedObjectHelper &getInstance();
 
 private:
@@ -96,11 +96,11 @@ private:
 
 extern "C" {
 
-/// chNamedObjectManager::GetNamedObject() on the process's table. A null name is refused, and so is everything once the table has been
-/// closed at process exit: null, with `created` 0.
+/// chNamedObjectManager::GetNamedObject() on the process's table. Refused (null, with `created` 0) for a null name, and
+/// always once the table has been closed at process exit.
 ZAR_API void *nameGetSystemObject(const char *name, int size, int *created);
 
-/// Locks the table against other threads that bracket their calls; waits without limit. Not to be nested on one thread.
+/// Locks the table against other threads that bracket their calls; waits without limit. Not recursive.
 /// @return 1; 0 once the table has been closed at process exit.
 ZAR_API int nameHelperLock();
 ZAR_API void nameHelperUnlock();

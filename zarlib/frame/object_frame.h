@@ -1,8 +1,9 @@
 // ipcObjectFrame and ipcObjectHeader: one object of a fixed layout at the start of a named block.
 //
-// Everyone who opens a name sees the same object, and exactly one opener constructs it: the creator of the block, under the
-// mutex of the same name, before anybody else can look. What lies in the block is reached by self-relative words (list_chain_offset,
-// share_pointer, basePoolAlloc), so the block holds at any address. docs/formats/named-block.md shows one, byte for byte.
+// Everyone who opens a name sees the same object, and exactly one opener constructs it: the creator of the block, under
+// the mutex of the same name, before anybody else can see it. Links inside the block are self-relative
+// (list_chain_offset, share_pointer, basePoolAlloc), so the block works at any address. docs/formats/named-block.md
+// shows one byte for byte.
 #pragma once
 
 #include "zarlib/export.h"
@@ -10,16 +11,16 @@
 #include <new>
 #include <string>
 
-/// The stamp that every object of a named block begins with: 8 bytes, a storage format.
+/// The stamp at the start of every named block's object: 8 bytes, a storage format.
 ///
 ///     offset 0   4 bytes   signed   total size of the block in bytes
 ///     offset 4   4 bytes   signed   version of the layout
 class ZAR_API ipcObjectHeader {
 public:
-  /// Does nothing: the words are whatever the block held, until InitHeader().
+  /// Does nothing: the words hold whatever the block held, until InitHeader().
   ipcObjectHeader();
 
-  /// Stamps the block; the constructor of the block's object calls it. @return 1, always.
+  /// Stamps the block; called by the constructor of the block's object. @return 1, always.
   int InitHeader(int size, int version);
 
   /// @param name  Not used.
@@ -33,19 +34,19 @@ private:
 
 static_assert(sizeof(ipcObjectHeader) == 8, "a storage format");
 
-/// Opens the block of a name, and constructs a T in it if this opener made the block.
+/// Opens a named block, and constructs a T in it if this opener created the block.
 ///
-/// MapFile and Mutex are chMapFile_Local with chMutex_Local (the block is this process's), or chMapFile with chMutex (the block
-/// is the session's; T must then hold no address and own nothing outside the block).
+/// MapFile and Mutex are chMapFile_Local with chMutex_Local (a block of this process), or chMapFile with chMutex (a
+/// block of the session; T must then hold no absolute address and own nothing outside the block).
 ///
 ///                         closed              open
 ///     OpenShareObject     opens, or refuses   REQUIRES: not called
-///     CloseShareObject    nothing             closed; the last one frees the block as raw memory
+///     CloseShareObject    nothing             closes; the last one frees the block as raw memory
 ///     getObject           REQUIRES: not called   the object
 ///     destructor          nothing             as CloseShareObject
 ///
-/// No destructor of T is ever run: what a T owns outside its block is abandoned when the block goes. The mutex is the lock of
-/// all that the block holds; it is not to be nested. One thread at a time opens or closes a frame.
+/// T's destructor never runs: what a T owns outside its block is leaked when the block goes. The mutex guards
+/// everything in the block; it is not recursive. Open and close a frame from one thread at a time.
 template <class T, class MapFile, class Mutex>
 class ipcObjectFrame {
 public:
@@ -54,16 +55,16 @@ public:
   ipcObjectFrame &operator=(const ipcObjectFrame &) = delete;
   ~ipcObjectFrame() { CloseShareObject(); }
 
-  /// Opens mutex and block under the one name; waits without limit for another opener to finish its construction.
-  /// @param size  Bytes of the block, should it be new. One that T does not fit in is refused to the creator.
-  /// @return 1; or 0 with mutex and block closed again, as they are when T's constructor throws.
+  /// Opens mutex and block under the same name; waits without limit for another opener to finish constructing.
+  /// @param size  Bytes of a new block. A creator whose size is too small for T is refused.
+  /// @return 1; or 0 with mutex and block closed again, as also when T's constructor throws.
   int OpenShareObject(const std::string &name, int size) {
     if (!m_mutex.OpenMutexA(name)) return 0;
     const opening turn(*this);
     return OpenMapFileObject(name, size);
   }
 
-  /// Lets go of the block, under the mutex, then of the mutex.
+  /// Releases the block, under the mutex, then the mutex.
   /// REQUIRES: this thread does not hold the mutex.
   void CloseShareObject() {
     if (!m_object) return;
@@ -74,7 +75,7 @@ public:
     m_mutex.CloseMutex();
   }
 
-  /// CloseShareObject() by the members' other names.
+  /// CloseShareObject() through the members' Destroy functions.
   void DestroyShareObject() {
     if (!m_object) return;
     m_mutex.Lock(-1);
@@ -87,9 +88,9 @@ public:
   T &getObject() { return *m_object; }
 
 protected:
-  /// How the library's own singletons open their blocks: OpenShareObject(), then a look at the stamp.
+  /// How the library's own singletons open their blocks: OpenShareObject(), then a check of the stamp.
   void open_stamped(const std::string &name, int size, int version) {
-    // Settled, callers rely on it: a block with another stamp is used as it is, and not reported.
+    // Settled, callers rely on it: a stamp mismatch is neither refused nor reported.
     if (OpenShareObject(name, size)) static_cast<void>(m_object->AssertHeader(name, size, version));
   }
 
@@ -98,7 +99,8 @@ protected:
   T *m_object = nullptr; // null while closed
 
 private:
-  /// Holds the mutex while the frame opens. One that came to no object, be it by an exception, is closed before anybody else looks.
+  /// Holds the mutex while the frame opens. If opening yields no object, even by an exception, closes before anybody
+  /// else can see it.
   class opening {
   public:
     explicit opening(ipcObjectFrame &opened) : m_frame(opened) { m_frame.m_mutex.Lock(-1); }

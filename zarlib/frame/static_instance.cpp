@@ -19,7 +19,7 @@ bool claim_static_instance(unsigned long &builder, const char *message) {
   if (found == 0) builder = self;
   getStaticObjectCritical().Unlock();
 
-  // A builder that comes back while it builds would wait for itself; every finished instance is found before we get here.
+  // A re-entering builder would wait for itself; a finished instance never gets here.
   if (found == self) {
     consoleWriteString(true, message);
     std::abort();
