@@ -5,8 +5,6 @@
 #include "zarlib/trace/tracer_manager.h"
 
 #include <benchmark/benchmark.h>
-#include <boost/asio.hpp>
-
 #include <thread>
 
 namespace {
@@ -30,14 +28,7 @@ struct ours_stream {
 };
 
 struct asio_stream {
-  static void connect(asio_stream &a, asio_stream &b) {
-    using asio::ip::tcp;
-    tcp::acceptor server(a.context, tcp::endpoint(asio::ip::address_v4::loopback(), 0));
-    a.socket.connect(server.local_endpoint());
-    server.accept(b.socket);
-    a.socket.set_option(tcp::no_delay(true));
-    b.socket.set_option(tcp::no_delay(true));
-  }
+  static void connect(asio_stream &a, asio_stream &b) { connect_ends(a.socket, b.socket); }
   void send(const bytes &message) { asio::write(socket, asio::buffer(message)); }
   bool receive(bytes &message) {
     boost::system::error_code error;

@@ -7,8 +7,8 @@
 #include "zarlib/trace/tracer_manager.h"
 
 #include <benchmark/benchmark.h>
-#include <boost/asio.hpp>
-
+#include <cerrno>
+#include <poll.h>
 #include <sys/eventfd.h>
 #include <thread>
 
@@ -29,14 +29,7 @@ struct ours_end {
 };
 
 struct asio_end {
-  static void connect(asio_end &a, asio_end &b) {
-    using asio::ip::tcp;
-    tcp::acceptor server(a.context, tcp::endpoint(asio::ip::address_v4::loopback(), 0));
-    a.socket.connect(server.local_endpoint());
-    server.accept(b.socket);
-    a.socket.set_option(tcp::no_delay(true));
-    b.socket.set_option(tcp::no_delay(true));
-  }
+  static void connect(asio_end &a, asio_end &b) { connect_ends(a.socket, b.socket); }
   /// Header and payload in one gathered write.
   bool send(const bytes &payload) {
     const uint32_t header = htonl(static_cast<uint32_t>(payload.size()));
@@ -66,6 +59,31 @@ struct asio_non_blocking_end : asio_end {
     asio_end::connect(a, b);
     a.socket.native_non_blocking(true);
     b.socket.native_non_blocking(true);
+  }
+};
+
+/// By plain calls on the same handle, each wait with a limit, as ours has.
+struct by_hand_end : asio_non_blocking_end {
+  bool receive(bytes &payload) {
+    uint32_t header;
+    if (!read(&header, sizeof header)) return false;
+    payload.resize(ntohl(header));
+    return read(payload.data(), payload.size());
+  }
+
+  bool read(void *out, size_t size) {
+    const int fd = socket.native_handle();
+    for (auto *at = static_cast<unsigned char *>(out); size > 0;) {
+      const ssize_t count = recv(fd, at, size, 0);
+      if (count > 0) {
+        at += count;
+        size -= static_cast<size_t>(count);
+        continue;
+      }
+      pollfd waited = {fd, POLLIN, 0};
+      if (count == 0 || errno != EAGAIN || poll(&waited, 1, longest_wait) <= 0) return false;
+    }
+    return true;
   }
 };
 
@@ -162,6 +180,7 @@ void event_eventfd(benchmark::State &state) {
 BENCHMARK(round_trip<ours_end>)->Name("BM_RoundTrip/ours")->Arg(64)->UseRealTime();
 BENCHMARK(round_trip<asio_end>)->Name("BM_RoundTrip/Asio")->Arg(64)->UseRealTime();
 BENCHMARK(round_trip<asio_non_blocking_end>)->Name("BM_RoundTrip/Asio_non_blocking")->Arg(64)->UseRealTime();
+BENCHMARK(round_trip<by_hand_end>)->Name("BM_RoundTrip/by_hand")->Arg(64)->UseRealTime();
 BENCHMARK(one_way<ours_end>)->Name("BM_OneWay/ours")->Arg(64)->Arg(4096)->Arg(1 << 20)->UseRealTime();
 BENCHMARK(one_way<asio_end>)->Name("BM_OneWay/Asio")->Arg(64)->Arg(4096)->Arg(1 << 20)->UseRealTime();
 BENCHMARK(from_a_full_buffer)->Name("BM_FromAFullBuffer/ours")->Arg(1000)->Arg(100000)->UseRealTime();

@@ -3,6 +3,10 @@
 
 #include "zarlib/net/tcp.h"
 
+#include <utility> // which the next one needs and does not include
+
+#include <boost/asio.hpp>
+
 #include <sched.h>
 #include <sys/socket.h>
 
@@ -28,4 +32,13 @@ inline void connect_ends(chSocketTCP &a, chSocketTCP &b) {
   a.CreateSocket(AF_INET);
   a.ConnectTo(address, longest_wait);
   server.AcceptOnSocket(b, &address, longest_wait);
+}
+
+inline void connect_ends(boost::asio::ip::tcp::socket &a, boost::asio::ip::tcp::socket &b) {
+  using boost::asio::ip::tcp;
+  tcp::acceptor server(a.get_executor(), tcp::endpoint(boost::asio::ip::address_v4::loopback(), 0));
+  a.connect(server.local_endpoint());
+  server.accept(b);
+  a.set_option(tcp::no_delay(true));
+  b.set_option(tcp::no_delay(true));
 }
