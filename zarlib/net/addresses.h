@@ -1,15 +1,16 @@
-// Numeric network addresses: chInAddr, a host; chSocketAddr, a host and a port; and their texts.
+// Numeric network addresses: chInAddr, a host; chSocketAddr, a host and a port; and their text forms.
 //
 //     const chSocketAddr address("192.168.1.20", 8080);
 //     if (!address.isValidRemoteAddr()) return;
 //     zarTrace(5, "calling %s", address.toString().c_str()); // 192.168.1.20:8080
 //
-// No name is resolved here, nothing waits and nothing throws. Both classes are plain values. A text that is refused is told by
-// hasData(), not by the result of fromString(), which is always true.
+// No names are resolved here, nothing blocks and nothing throws. Both classes are plain values. A rejected text shows
+// in hasData(), not in the result of fromString(), which is always true.
 //
-// REQUIRES of every text taken here: no empty group where it could be IPv6. "::1", "fe80::1", ":80" and "1:" make sockIsValidIPv6()
-// run for ever, and with it chInAddr, chSocketAddr and fromString(). Write all eight groups ("0:0:0:0:0:0:0:1"), fill a chInAddr
-// from an in6_addr, or convert with sockInet_pton(), which knows the short form.
+// REQUIRES for every text passed in: no empty group if it could be IPv6. "::1", "fe80::1", ":80" and "1:" make
+// sockIsValidIPv6() loop forever, and with it chInAddr, chSocketAddr and fromString(). Write all eight groups
+// ("0:0:0:0:0:0:0:1"), construct the chInAddr from an in6_addr, or convert with sockInet_pton(), which accepts the
+// short form.
 #pragma once
 
 #include "zarlib/export.h"
@@ -39,30 +40,31 @@ public:
   bool isIPv4() const;
   bool isIPv6() const;
 
-  /// The stored address, whatever the family. Valid as long as the object.
+  /// The stored address, whatever the family. Valid for the lifetime of the object.
   const in_addr &toInAddr() const;
   const in6_addr &toIn6Addr() const;
 
-  /// Families and addresses equal. Two empty ones are equal whatever address bytes are left in them.
+  /// Families and addresses are equal. Two empty ones are equal whatever address bytes they still hold.
   bool operator==(const chInAddr &other) const;
   bool operator!=(const chInAddr &other) const;
 
-  /// Takes a text that sockIsValidIPv4() or sockIsValidIPv6() accepts; REQUIRES: see above.
+  /// Parses a text that sockIsValidIPv4() or sockIsValidIPv6() accepts; REQUIRES: see above.
   ///
-  /// Any other text leaves family 0 and the old address bytes. The numbers of IPv4 are read by inet_addr(): one with a
-  /// leading zero is octal there, and a text that it refuses ("1. 2.3.4") becomes 255.255.255.255. A text with a prefix ("/64") passes
-  /// as IPv6, but its address is not taken.
-  /// @return true, always.
+  /// Any other text leaves family 0 and the old address bytes. IPv4 numbers are read by inet_addr(), which takes a
+  /// leading zero as octal; a text that it rejects ("1. 2.3.4") becomes 255.255.255.255. A text with a prefix length
+  /// ("/64") passes as IPv6, but its address is not stored.
+  /// @return Always true.
   bool fromString(const std::string &text);
 
-  /// @return "1.2.3.4"; for IPv6 a string of 65 characters that is ended by its first NUL (take its c_str()); "" when empty.
+  /// @return "1.2.3.4"; for IPv6 a string of size 65 whose text ends at its first NUL (use its c_str()); "" when empty.
   std::string toString() const;
 
-  /// Whether a socket can be bound to it: not 255.255.255.255, no IPv6 multicast (first byte FF), not empty. 0.0.0.0 is valid.
-  /// Refused besides is 0.0.254.169, which was meant to be 169.254.0.0.
+  /// Whether a socket can be bound to it: not 255.255.255.255, not IPv6 multicast (first byte FF), not empty. 0.0.0.0
+  /// is valid. 0.0.254.169 is rejected too; 169.254.0.0 was intended.
   bool isValidLocalAddr() const;
 
-  /// Whether it can be called: not 255.255.255.255, 0.0.0.0 or 0.0.254.169; not the IPv6 any-address, ::1 or fe80::/10; not empty.
+  /// Whether a peer can have it: not 255.255.255.255, 0.0.0.0 or 0.0.254.169; not IPv6 unspecified, ::1 or fe80::/10;
+  /// not empty.
   bool isValidRemoteAddr() const;
 
 private:
@@ -73,8 +75,8 @@ private:
   } m_address;
 };
 
-/// A whole socket address, in the shape of the system's sockaddr_in6, so that toSocketAddr() goes straight to socket calls: 16 bytes
-/// of it for IPv4, 28 for IPv6.
+/// A complete socket address with the layout of the system's sockaddr_in6, so that toSocketAddr() can be passed to
+/// socket calls directly: the first 16 bytes for IPv4, all 28 for IPv6.
 class ZAR_API chSocketAddr {
 public:
   /// All bytes zero: empty.
@@ -83,14 +85,15 @@ public:
   chSocketAddr(const std::string &host, int port);
   chSocketAddr(const chInAddr &host, int port);
 
-  /// Takes host and port; flow information and scope are 0.
-  /// @param port  In host byte order; the low 16 bits count.
-  /// @return false for an empty host: then the object is empty. false too for port 0, though the object is filled.
+  /// Sets host and port; flow information and scope are 0.
+  /// @param port  In host byte order; only the low 16 bits are used.
+  /// @return false for an empty host, which leaves the object empty. Also false for port 0, although the object is
+  ///         filled.
   bool CreateSocketAddr(const chInAddr &host, int port);
-  /// The same from chInAddr(host). REQUIRES: see above.
+  /// The same with chInAddr(host). REQUIRES: see above.
   bool CreateSocketAddr(const std::string &host, int port);
 
-  /// Family 0; nothing else is touched.
+  /// Sets family 0; the other bytes are unchanged.
   void reset();
 
   bool hasData() const;
@@ -102,55 +105,55 @@ public:
   /// @return The host; empty for a family that is neither AF_INET nor AF_INET6.
   chInAddr toInAddr() const;
 
-  /// The object itself.
+  /// The object itself, reinterpreted.
   const sockaddr &toSocketAddr() const;
 
-  /// Family, port and address equal; flow and scope do not count. Two empty ones are equal.
+  /// Family, port and address are equal; flow information and scope are ignored. Two empty ones are equal.
   bool operator==(const chSocketAddr &other) const;
   bool operator!=(const chSocketAddr &other) const { return !(*this == other); }
 
   /// @return "1.2.3.4:80"; IPv6 without brackets; ":0" when empty.
   std::string toString() const;
 
-  /// As the tests of chInAddr, but a port of 0 is refused too, and 0.0.254.169 is not.
+  /// As in chInAddr, except that port 0 is rejected too and 0.0.254.169 is not.
   bool isValidLocalAddr() const;
   bool isValidRemoteAddr() const;
 
 private:
   unsigned short m_family;
   unsigned short m_port; // network byte order
-  unsigned m_ipv4;       // the address of IPv4; the flow information of IPv6
+  unsigned m_ipv4;       // the IPv4 address; for IPv6 the flow information
   unsigned char m_ipv6[16];
   [[maybe_unused]] unsigned m_scope;
 };
 
-/// @return Whether the text is four numbers below 256 with dots between them, in at most 15 characters. Blanks and a plus sign ahead of
-///         a number pass; anything behind the last one does not.
+/// @return Whether the text is four numbers below 256 separated by dots, in at most 15 characters. White space and a
+///         plus sign before a number are accepted; anything after the last one is not.
 ZAR_API bool sockIsValidIPv4(const std::string &text);
 
-/// @return Whether the text is eight groups of one to four hexadecimal digits with colons between them, and perhaps a slash and a
-///         number up to 128. Does not return where it meets an empty group.
+/// @return Whether the text is eight groups of one to four hexadecimal digits separated by colons, optionally followed
+///         by a slash and a number up to 128. Never returns once it reaches an empty group.
 ZAR_API bool sockIsValidIPv6(const std::string &text);
 
-/// Converts an IPv6 text, in the short form too. Give the address alone: brackets, a port and the number of a scope are passed over
-/// on Windows, on Linux they refuse the text.
-/// @param family  AF_INET6; any other is refused.
-/// @param dst     Receives 16 bytes; left as it is when the text is refused.
-/// @return 28, the length of a whole socket address; -1 when the text is refused.
+/// Converts an IPv6 text, short form included. Pass the address alone: brackets, a port and a scope id are ignored on
+/// Windows and rejected on Linux.
+/// @param family  AF_INET6; any other is rejected.
+/// @param dst     Receives 16 bytes; unchanged when the text is rejected.
+/// @return 28, the length of a complete socket address; -1 when the text is rejected.
 ZAR_API int sockInet_pton(int family, const char *text, void *dst);
 
-/// Converts an IPv6 address of 16 bytes into its short text.
-/// @param size  Room at `dst` in characters, the end included; 46 is enough.
+/// Converts a 16-byte IPv6 address to its short text form.
+/// @param size  Room at `dst` in characters, including the terminating NUL; 46 is enough.
 /// @return `dst`; null when the family is not AF_INET6 or the text does not fit.
 ZAR_API const char *sockInet_ntop(int family, const void *src, char *dst, int size);
 
-/// Convert by inet_addr(), by sockInet_pton() and by the member. @return true, always, also for a text that was refused: the address is
-/// then 255.255.255.255, as it was, and empty, in this order.
+/// Convert by inet_addr(), by sockInet_pton() and by the member. @return Always true, even for a rejected text: the
+/// address is then 255.255.255.255, unchanged, and empty, respectively.
 ZAR_API bool fromString(const std::string &text, in_addr &address);
 ZAR_API bool fromString(const std::string &text, in6_addr &address);
 ZAR_API bool fromString(const std::string &text, chInAddr &address);
 
-/// The texts that chInAddr::toString() gives.
+/// The same texts as chInAddr::toString().
 ZAR_API std::string toString(const in_addr &address);
 ZAR_API std::string toString(const in6_addr &address);
 ZAR_API std::string toString(const chInAddr &address);

@@ -26,8 +26,8 @@ std::vector<std::string> listed_adapters() {
   char names[8192];
   unsigned length = sizeof names;
   if (!platform::packet_get_adapter_names(names, &length)) return {};
-  // Settled, callers rely on it: the text is cut at an empty separator, which is found again where it was until no memory is left.
-  // The exception that ends this is thrown without using the memory up.
+  // Settled, callers rely on it: the list is split at an empty separator, which matches at the same place until memory
+  // runs out. The exception that ends this is thrown without exhausting memory.
   throw std::bad_alloc();
 }
 
@@ -103,7 +103,7 @@ bool chEthernetSocket::Receive(void *source, void *destination, unsigned short *
   if (destination) std::memcpy(destination, frame, address_size);
   if (source) std::memcpy(source, frame + source_offset, address_size);
   if (etherType) *etherType = static_cast<unsigned short>(frame[type_offset] << 8 | frame[type_offset + 1]);
-  // Settled, callers rely on it: the whole read, also where it holds more than this frame.
+  // Settled, callers rely on it: the whole read, even if it holds more than this frame.
   payload.assign(frame + header_size, static_cast<const unsigned char *>(m_received.data()) + count);
   return true;
 }

@@ -1,10 +1,11 @@
-// Whole Ethernet frames, sent and received past the system's protocols.
+// Raw Ethernet frames, sent and received below the system's protocol stack.
 //
-// A packet-capture driver does the work: on Windows Packet.dll, on Linux libpcap. Neither is linked; what is installed is found
-// at the first need and stays loaded until the process ends. The user needs the right to capture (on Linux CAP_NET_RAW).
+// A packet-capture driver does the work: Packet.dll on Windows, libpcap on Linux. Neither is linked; the installed one
+// is loaded on first use and stays loaded until the process ends. The user needs the right to capture (CAP_NET_RAW on
+// Linux).
 //
-// A frame is the destination's hardware address (6 bytes), the source's (6 bytes), the ether type (2 bytes, most significant
-// first) and the payload. The check sequence and the padding to 60 bytes are the driver's business.
+// A frame is the destination hardware address (6 bytes), the source address (6 bytes), the EtherType (2 bytes, most
+// significant first) and the payload. The frame check sequence and the padding to 60 bytes are left to the driver.
 #pragma once
 
 #include "zarlib/export.h"
@@ -23,26 +24,29 @@ struct capture_packet;
 ///   closed   constructor, DestroySocket, a failure   open, or stays closed  nothing         not to be called
 ///   open     CreateSocket: true                      closes, then opens     closed          work
 ///
-/// Copies share the adapter and the driver's packet, and each destructor gives both back: of two copies only one may come to that.
+/// Copies share the adapter and the driver's packet, and every destructor releases both: only one of two copies may be
+/// destroyed.
 ///
-/// One thread may send while another receives; two may not send, nor two receive, nor one open or close beside them.
+/// One thread may send while another receives; two may not send, nor two receive, nor may one open or close meanwhile.
 class ZAR_API chEthernetSocket {
 public:
-  /// Closed. On Windows a machine without the driver FAULTS here.
+  /// Closed. On Windows this CRASHES on a machine without the driver.
   chEthernetSocket();
 
   chEthernetSocket(const chEthernetSocket &) = default;
   chEthernetSocket &operator=(const chEthernetSocket &) = default;
   ~chEthernetSocket();
 
-  /// Opens an adapter, switches it to promiscuous mode, and takes its hardware address as the source of what is sent.
+  /// Opens an adapter, switches it to promiscuous mode, and takes its hardware address as the source address for
+  /// sending.
   ///
-  /// Where the mode or the address cannot be had, the adapter is open all the same, the address being zeros.
-  /// Two refusals are also shown to the user (a message box on Windows, a line on stderr on Linux): "Please WinPcap first !"
-  /// without a driver, "No adapter found." when none was named and the driver has none to list.
-  /// @param adapterName  The driver's name of it: on Windows as the driver lists it (`\Device\NPF_{...}`), on Linux the
-  ///                     interface's (eth0). Name one: an empty name where the driver does list adapters ends in std::bad_alloc.
-  /// @return Whether it is open.
+  /// The adapter is opened even if the mode or the address cannot be had; the address is then all zeros.
+  /// Two failures are also shown to the user (a message box on Windows, a line on stderr on Linux): "Please WinPcap
+  /// first !" without a driver, "No adapter found." when no name is given and the driver lists none.
+  /// @param adapterName  The driver's name for it: on Windows as the driver lists it (`\Device\NPF_{...}`), on Linux
+  ///                     the interface name (eth0). Always pass one: an empty name throws std::bad_alloc if the driver
+  ///                     lists any adapter.
+  /// @return Whether the adapter is open.
   bool CreateSocket(const std::string &adapterName);
 
   /// Closes the adapter if one is open.
@@ -50,19 +54,20 @@ public:
 
   /// Sends one frame, once. May wait for the driver.
   /// @param destination  6 bytes.
-  /// @param etherType    In the processor's byte order: 0x0800 for IPv4.
-  /// @param size         Bytes of payload, 0 to 1486.
-  /// @return Whether the driver took it; false for another size, which never reaches the driver.
+  /// @param etherType    In host byte order: 0x0800 for IPv4.
+  /// @param size         Payload bytes, 0 to 1486.
+  /// @return Whether the driver took it; false for any other size, which never reaches the driver.
   /// REQUIRES: an open adapter.
   bool Send(const void *destination, unsigned short etherType, const void *data, int size);
 
-  /// Waits for a frame, whomever it is for; frames that other programs of this machine send may be among them.
+  /// Waits for a frame, whatever its destination; frames sent by other programs on this machine may be among them.
   /// @param source, destination  Receive 6 bytes each; may be null.
-  /// @param etherType  In the processor's byte order; may be null.
-  /// @param payload    Receives all that the read brought after the frame's first 14 bytes. A driver that delivers several frames
-  ///                   at once has them here one after the other with the driver's headers between; on Linux it is always one.
-  /// @param timeoutMs  Handed to the driver: milliseconds; 0 waits without limit, -1 not at all.
-  /// @return false, with every argument as it was, after the time, on a failure, and for what is too short to hold a frame.
+  /// @param etherType  In host byte order; may be null.
+  /// @param payload    Receives everything the read returned after the frame's first 14 bytes. If the driver delivers
+  ///                   several frames at once, the others follow here, with the driver's headers in between; on Linux
+  ///                   there is always exactly one.
+  /// @param timeoutMs  Milliseconds, passed to the driver: 0 waits without limit, -1 does not wait.
+  /// @return false on time-out, on failure and for data too short to hold a frame; all arguments are then unchanged.
   /// REQUIRES: an open adapter.
   bool Receive(void *source, void *destination, unsigned short *etherType, std::vector<unsigned char> &payload,
                int timeoutMs);

@@ -8,7 +8,7 @@ namespace {
 constexpr int header_size = sizeof(unsigned);
 constexpr unsigned largest_payload = 4194304;
 
-/// Between the header's byte order and this machine's, either way; both targets put the least significant byte first.
+/// Converts between the header's byte order and the host's, in either direction; both targets are little-endian.
 unsigned swapped(unsigned length) {
   zarSwapBytes(&length, header_size);
   return length;
@@ -32,7 +32,7 @@ bool chSocketPacketTCP::ReceiveOnePacket(std::vector<unsigned char> &out, int ti
     return false;
   }
   const int size = static_cast<int>(length);
-  // Settled, callers rely on it: the payload has the whole time again, not what the header left of it.
+  // Settled, callers rely on it: the payload gets the full time-out again, not what the header left of it.
   if (!waitForBufferBytes(header_size + size, timeoutMs)) return false;
   take(header_size, size, out);
   return true;

@@ -6,7 +6,7 @@ namespace zar {
 
 namespace {
 
-/// From here on an exchange of vectors is cheaper than a copy.
+/// From this size on, swapping vectors is cheaper than copying.
 constexpr size_t large = 16 * 1024;
 
 } // namespace
@@ -17,7 +17,8 @@ void receive_buffer::clear() {
 }
 
 unsigned char *receive_buffer::room(size_t count) {
-  // A large piece behind a small one, its header perhaps, starts a vector of its own, so that it can leave by an exchange.
+  // A large piece after a small one, such as its header, gets a vector of its own, so that it can be handed over by a
+  // swap.
   m_room_is_in_back = m_stays_whole || m_back_end > 0 || (front_size() > 0 && count >= large);
   if (!m_room_is_in_back) {
     make_room_in_front(count);
@@ -29,7 +30,7 @@ unsigned char *receive_buffer::room(size_t count) {
 
 void receive_buffer::make_room_in_front(size_t count) {
   if (m_front.size() - m_front_end >= count) return;
-  // Moved only when that frees as much as it moves: so no byte is moved more than twice on the average.
+  // Moved only if that frees at least as much as it moves: amortised, no byte is moved more than twice.
   if (m_front_begin >= front_size()) {
     std::copy_n(m_front.data() + m_front_begin, front_size(), m_front.data());
     m_front_end -= std::exchange(m_front_begin, 0);
@@ -64,7 +65,7 @@ void receive_buffer::drop(size_t count) {
   settle();
 }
 
-/// The vector that holds the content from `skipped` on, its first byte first, and nothing else; null when there is none.
+/// The vector that holds exactly the content from `skipped` on, starting at its first byte; null if there is none.
 std::vector<unsigned char> *receive_buffer::vector_of_exactly(size_t skipped, size_t count) {
   if (skipped + count != size()) return nullptr;
   if (m_back_end > 0) return count == m_back_end ? &m_back : nullptr;

@@ -68,7 +68,7 @@ const unsigned char *sockGetHardwareAddress(const std::string &) {
   unsigned char found[6];
   if (!platform::find_hardware_address(found)) return known;
   const std::lock_guard guard(lock);
-  // Callers hold the pointer and read without a lock: the same bytes are not written again.
+  // Callers hold the pointer and read without a lock: identical bytes are not written again.
   if (std::memcmp(known, found, sizeof known) != 0) std::copy(std::begin(found), std::end(found), known);
   return known;
 }

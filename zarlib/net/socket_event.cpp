@@ -28,7 +28,7 @@ bool is_readable(unsigned socket, int timeoutMs) {
   return chFD_SET(static_cast<int>(socket)).readSelect(timeoutMs) == 1;
 }
 
-/// @return Whether a signal was taken. A receive that fails ends with a pause, which throttles a loop around it.
+/// @return Whether a signal was taken. A failed receive ends with a pause, which throttles a loop around it.
 bool take_signal(int received) {
   if (received <= 0) zarDelay(pause_after_failure);
   return received > 0;
@@ -66,18 +66,18 @@ void chEvent_Socket::CloseEvent() {
   if (own.socket != platform::invalid_socket) sockClose(own.socket);
 }
 
-/// Threads that signal meanwhile find the event open; of those that repair it at once, one does.
+/// Threads that signal meanwhile find the event open; if several repair it at once, one succeeds.
 void chEvent_Socket::ResetSocket(endpoint broken) {
   const endpoint fresh = open_endpoint();
   const unsigned replaced = m_own.compare_exchange_strong(broken, fresh) ? broken.socket : fresh.socket;
-  // A socket that was closed underneath may have left its number to the fresh one.
+  // If the old socket was closed behind our back, the fresh one may have been given the same number.
   if (replaced != platform::invalid_socket && replaced != GetEventSocket()) sockClose(replaced);
 }
 
 int chEvent_Socket::SendEvent(int port) {
   endpoint own = m_own;
   if (own.socket == platform::invalid_socket || port < 1) return 0;
-  // Settled, callers rely on it: the target stays as it is, also where a repair gives this event another port than that.
+  // Settled, callers rely on it: the target stays the same, even if a repair gives this event another port.
   const chSocketAddr target = loopback_address(port);
   for (int attempt = 0; attempt < 3; ++attempt, own = m_own) {
     if (sockSendTo(own.socket, "x", 1, 0, &target.toSocketAddr(), address_length) == 1) return 1;
@@ -95,7 +95,7 @@ int chEvent_Socket::SetEvent() {
 int chEvent_Socket::WaitEvent(int timeoutMs) {
   const unsigned socket = GetEventSocket();
   if (socket == platform::invalid_socket) return 0;
-  // What is there already needs no wait.
+  // A signal that is already pending needs no wait.
   char bytes[room_for_datagram];
   const int received = timeoutMs >= -1 ? platform::receive_at_once(socket, bytes, sizeof bytes) : platform::would_wait;
   if (received >= 0) return take_signal(received);

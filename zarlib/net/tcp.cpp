@@ -19,10 +19,10 @@ constexpr int ipv4_length = sizeof(sockaddr_in);
 constexpr int ipv6_length = sizeof(chSocketAddr);
 constexpr int stream_read = 65535;
 
-/// A read that waits for more goes in steps, so that a buffer never grows far beyond what has really come.
+/// Larger reads are split, so that the buffer never grows far beyond what has actually arrived.
 constexpr long long largest_read = 1024 * 1024;
 
-/// What the caller goes on to read from the last error is not the trace's.
+/// Preserves the last error across the trace, for the caller.
 void trace_failed_send() {
   if (zarTraceLevelTest::fails(trace_level)) return;
   const platform::last_error_keeper keeper;
@@ -36,7 +36,7 @@ struct chSocketTCP::unsent {
   const char *at;
   int left;
 
-  /// Takes from `count` what is sent of this piece.
+  /// Advances by the part of `count` that belongs to this piece, and reduces `count` by it.
   void advance(int &count) {
     const int part = std::min(count, left);
     at += part;
@@ -87,7 +87,7 @@ void chSocketTCP::DestroySocket() {
   chSocket::DestroySocket();
 }
 
-/// The reason stays the last error, for the caller.
+/// Preserves the last error, the reason, for the caller.
 void chSocketTCP::lose_connection() {
   const platform::last_error_keeper keeper;
   m_bConnected = false;
@@ -114,7 +114,7 @@ bool chSocketTCP::send_all(unsent first, unsent second) {
       continue;
     }
     if (platform::last_error_is_would_block() && chFD_SET(static_cast<int>(m_fd)).writeSelect(-1) == -1) return false;
-    // A wait that succeeded has left 0 here, and the rest is sent.
+    // A successful wait has left 0 here, and the rest is sent.
     if (zarGetLastError() != 0) m_bConnected = false;
   }
   const int left = first.left != 0 ? first.left : second.left;
@@ -123,20 +123,20 @@ bool chSocketTCP::send_all(unsent first, unsent second) {
   return left == 0;
 }
 
-/// Takes up to `size` bytes into the buffer if they are there. @return As receive_within().
+/// Reads up to `size` bytes into the buffer without waiting. @return As receive_within().
 int chSocketTCP::receive_now(int size) {
   const int count = platform::receive_at_once(m_fd, m_Buffer->room(static_cast<size_t>(size)), size);
   return count == platform::would_wait ? 0 : keep(count);
 }
 
-/// Waits for bytes before it takes them. @return As receive_within().
+/// Waits for bytes, then reads them. @return As receive_within().
 int chSocketTCP::receive_later(int size, int timeoutMs) {
   const int ready = socketSelect(timeoutMs);
   if (ready <= 0) return ready == 0 ? 0 : keep(-1);
   return keep(sockRecv(m_fd, m_Buffer->room(static_cast<size_t>(size)), size, 0));
 }
 
-/// What a read of the buffer's room has brought: a count of bytes, or the end of the connection.
+/// Records the result of a read into the buffer's room: a number of bytes, or the end of the connection.
 int chSocketTCP::keep(int count) {
   if (count > 0) {
     m_Buffer->added(static_cast<size_t>(count));
@@ -146,7 +146,8 @@ int chSocketTCP::keep(int count) {
   return -1;
 }
 
-/// Receives up to `size` bytes into the buffer. @return Their count; 0 after the time; -1, and the connection is lost, else.
+/// Receives up to `size` bytes into the buffer. @return Their number; 0 on time-out; otherwise -1, and the connection
+/// is lost.
 int chSocketTCP::receive_within(int size, int timeoutMs) {
   const int count = size > 0 ? receive_now(size) : 0;
   return count != 0 ? count : receive_later(size, timeoutMs);
@@ -181,7 +182,7 @@ bool chSocketTCP::waitForBufferBytes(int count, int timeoutMs) {
   long long missing = static_cast<long long>(count) - static_cast<long long>(m_Buffer->size());
   if (missing < 1) return true;
   if (!m_bConnected || timeoutMs < 1) return false;
-  std::optional<chTimeout> deadline; // where the bytes are there, no clock is read
+  std::optional<chTimeout> deadline; // no clock is read if the bytes are there
   for (int left = timeoutMs; left > 0; left = deadline->GetLeftMillisecond()) {
     const int size = static_cast<int>(std::min(missing, largest_read));
     int received = receive_now(size);
