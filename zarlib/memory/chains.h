@@ -1,16 +1,17 @@
-// Intrusive chains: records that carry their links inside themselves, on the heap and in blocks.
+// Intrusive lists: records that carry their own links, on the heap and in blocks.
 //
-// Nothing here allocates, and nothing locks: a list belongs to whoever owns it. An operation touches the node and its
-// two neighbours at most.
+// Nothing here allocates or locks: synchronisation is up to the list's owner. Each operation touches at most the node
+// and its two neighbours.
 #pragma once
 
 #include "zarlib/export.h"
 #include "zarlib/memory/self_relative_word.h"
 
-/// Six classes of one link each, named by its role; a record that stands in several relations inherits from several.
+/// Six classes with one link each, named by its role; a record that takes part in several relations
+/// inherits from several.
 ///
-/// A new link points to its own object, never to null. set_...() stores and touches no neighbour. Copying copies the
-/// word.
+/// A new link points to its own object, never to null. set_...() stores the link and touches no neighbour.
+/// Copying copies the word.
 class ZAR_API pointer_chain_pNext {
 public:
   pointer_chain_pNext *get_pNext() const { return m_pNext; }
@@ -65,48 +66,47 @@ private:
   pointer_chain_pChild *m_pChild = this;
 };
 
-/// A node, or the head, of a circular list of two links; it is constructed as an empty head.
+/// A node or head of a circular doubly linked list; constructed as an empty head.
 ///
 /// The forward link N points to the start of the next node. The backward link P points to the P part of the previous
-/// node, one word behind its start. Copying copies both words as they stand, so a copy of a head that is not empty is a
-/// head of nothing.
+/// node, one word past its start. Copying copies both words verbatim, so a copy of a non-empty head is no valid head.
 template <class N, class P>
 class list_chain : public N, public P {
 public:
   bool empty() const { return this->get_pNext() == static_cast<const N *>(this); }
 };
 
-/// The list of the process heap: two words of the target.
+/// A list on the process heap: two words of the target.
 class ZAR_API list_chain_pointer : public list_chain<pointer_chain_pNext, pointer_chain_pPrev> {};
 
-/// The list of a block: the same links as distances of 32 bits, each counted from the address of its own word; a
-/// storage format.
+/// A list inside a block: the same links as 32-bit distances, each relative to the address of its own
+/// word; a storage format.
 ///
-/// It holds wherever the block lies and may be copied elsewhere with the block.
+/// It works wherever the block lies and may be copied elsewhere with the block.
 /// REQUIRES: head and nodes lie in one block.
 ///
-///     offset 0   4 bytes   forward    next node less this word; 0xFFFFFFFF for null
-///     offset 4   4 bytes   backward   the previous node's backward word less this word; 0xFFFFFFFF for null
+///     offset 0   4 bytes   forward    next node minus this word; 0xFFFFFFFF for null
+///     offset 4   4 bytes   backward   the previous node's backward word minus this word; 0xFFFFFFFF for null
 ///
-/// An empty head holds 0 in both words, a node in no list 0xFFFFFFFF. Copying copies both words as they stand.
+/// An empty head holds 0 in both words, a node in no list 0xFFFFFFFF. Copying copies both words verbatim.
 class ZAR_API list_chain_offset {
 public:
   list_chain_offset() : m_next(0), m_back(0) {}
 
   bool empty() const { return get_pNext() == this; }
 
-  /// The neighbours' starts; null where the word is.
+  /// The start of the neighbour; null where the word is null.
   list_chain_offset *get_pNext() const { return static_cast<list_chain_offset *>(m_next.target()); }
   list_chain_offset *get_pPrev() const {
     void *const back = m_back.target();
     return back ? reinterpret_cast<list_chain_offset *>(static_cast<char *>(back) - sizeof m_next) : nullptr;
   }
 
-  /// Store a link to the node that starts there, or null, and touch no neighbour.
+  /// Store a link to the node that starts at `node`, or null, and touch no neighbour.
   void set_pNext(list_chain_offset *node) { m_next.set_target(node); }
   void set_pPrev(list_chain_offset *node) { m_back.set_target(node ? &node->m_back : nullptr); }
 
-  /// Makes two nodes neighbours: both words between them, and no others, are stored.
+  /// Makes two nodes neighbours: stores the two words between them, and no others.
   friend void chain_link(list_chain_offset &first, list_chain_offset &second) {
     const auto distance = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&second) -
                                                      reinterpret_cast<std::uintptr_t>(&first));
@@ -122,8 +122,8 @@ private:
 static_assert(sizeof(list_chain_pointer) == 2 * sizeof(void *), "two words");
 static_assert(sizeof(list_chain_offset) == 8, "a storage format");
 
-/// Takes the node out of its list; both its words become null.
-/// REQUIRES: the node is in a list. Not tested: the null neighbours of one that is not are written through.
+/// Removes the node from its list; both its words become null.
+/// REQUIRES: the node is in a list. Not checked: otherwise it writes through the null neighbours.
 inline void chain_unlink(list_chain_offset &node) {
   chain_link(*node.get_pPrev(), *node.get_pNext());
   node.set_pNext(nullptr);
@@ -139,7 +139,7 @@ inline void chain_unlink(list_chain_pointer &node) {
   node.set_pPrev(nullptr);
 }
 
-/// Puts a node that is in no list directly ahead of `next`; with the head as `next` it becomes the last.
+/// Inserts a node that is in no list directly before `next`; with the head as `next` it becomes the last.
 /// REQUIRES: `next` is in a list, or is a head.
 inline void chain_insert_before(list_chain_offset &next, list_chain_offset &node) {
   chain_link(*next.get_pPrev(), node);

@@ -3,17 +3,17 @@
 
 #include <atomic>
 
-/// The one balance of the process, built at first use under the guard of the static instances.
+/// The one pair of counters of the process, built at first use through static_instance.
 ///
-/// The counters are atomic and not under a lock: each only ever grows, so callers see the same figures, and
-/// there is nothing to destroy, so what static destructors do is counted to the last.
+/// Atomics without a lock suffice, as each counter only grows; and with nothing to destroy, allocations in static
+/// destructors are counted to the last.
 class dymicAllocHelper {
 public:
   static dymicAllocHelper &getInstance();
 
   void count_allocation() { count_allocations(1); }
   void count_free() { count_frees(1); }
-  /// For many at once, which a caller has carved from one stretch of the heap.
+  /// For several at once, carved by the caller from one heap allocation.
   void count_allocations(int count) { m_allocations.fetch_add(count, std::memory_order_relaxed); }
   void count_frees(int count) { m_frees.fetch_add(count, std::memory_order_relaxed); }
 

@@ -12,7 +12,7 @@ namespace {
 constexpr size_t word_size = sizeof(void *);
 constexpr size_t head_size = 2 * word_size;
 
-// Nodes are the caller's records for a while and free nodes for a while, so their words are read and written as bytes.
+// A node is alternately a record of the caller and a free-list entry, so its words are accessed as bytes.
 template <class Word>
 Word word_of(const void *record, size_t index) {
   static_assert(sizeof(Word) == word_size);
@@ -56,7 +56,7 @@ void baseDynamicNodeAlloc_block::return_node(void *node) {
   if (node) set_word(node, 0, m_pFreeNode);
   if (m_pFreeNode) set_word(m_pFreeNode, 1, backward_link(node));
   --m_nBorrowed;
-  // Settled, callers rely on it: null is taken as it comes and empties the free nodes.
+  // Settled, callers rely on it: null is accepted and empties the free list.
   m_pFreeNode = node;
 }
 
@@ -96,7 +96,7 @@ bool baseDynamicNodeAlloc_block::IsValidPointer(void *p) const {
   const auto address = reinterpret_cast<std::uintptr_t>(p);
   for (void *block = m_pBlock; block; block = word_of<void *>(block, 0)) {
     const auto start = reinterpret_cast<std::uintptr_t>(block);
-    // Settled, callers rely on it: the end is included.
+    // Settled, callers rely on it: the end address counts as inside.
     if (address >= start + head_size && address <= start + word_of<size_t>(block, 1)) return true;
   }
   return false;

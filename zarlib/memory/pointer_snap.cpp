@@ -7,8 +7,8 @@
 #include <unordered_map>
 #include <vector>
 
-// What snapshots compare. They look at it without a lock and after its removal, so an entry is never freed and its
-// words are atomic; the count never comes back to a value that an older snapshot holds.
+// What snapshots compare. They read it without a lock and even after removal, so an entry is never freed and its words
+// are atomic; the count never returns to a value that an older snapshot holds.
 struct zar::safe_pointer_entry {
   std::atomic<const void *> key{nullptr};
   std::atomic<int> count{0};
@@ -31,7 +31,7 @@ struct registry {
   }
 };
 
-// Never destroyed, so that static destructors may still ask.
+// Never destroyed, so that static destructors may still use it.
 registry &the_registry() {
   static registry &instance = *new registry;
   return instance;

@@ -7,19 +7,18 @@
 #include <new>
 #include <utility>
 
-/// A handle on a shared T, made at the first data(); the last handle to leave destroys it.
+/// A handle to a shared T, which the first data() creates and the last handle to let go destroys.
 ///
-/// All handles that share a frame see one object: there is no copy on write. The count may be changed by several
-/// threads at once, so each thread may copy and drop handles of its own on one object; a single handle, and the object,
-/// belong to one thread at a time. Copying costs one atomic addition; the object and its count are one block of
-/// baseDymicAlloc.
+/// All handles of a frame see one object: there is no copy on write. The count is atomic, so each thread may copy and
+/// drop its own handles to a shared object; a single handle, and the object, belong to one thread at a time. Copying
+/// costs one atomic addition; the object and its count are one block of baseDymicAlloc.
 ///
 ///     state     data()                  pointer(), operator->   hasData()   referenceCount()   setNull()
-///     null      makes T, then sharing   null                    false       0                  nothing
-///     sharing   the object              its address             true        its handles        null; the last ends T
+///     null      creates T: sharing      null                    false       0                  nothing
+///     sharing   the object              its address             true        its handles        null; last ends T
 ///
-/// The library exports the instance polymorphic_frame<chFileStdio>.
-/// REQUIRES: T can be constructed without arguments; its alignment is at most two words of the target.
+/// The library exports the instantiation polymorphic_frame<chFileStdio>.
+/// REQUIRES: T is default-constructible; its alignment is at most two words of the target.
 template <class T>
 class polymorphic_frame : public baseDymicAlloc {
 public:
@@ -27,29 +26,29 @@ public:
   polymorphic_frame(const polymorphic_frame &other);
   ~polymorphic_frame();
 
-  /// Lets go of the own object, then shares the other's. The other may lie inside the own object. There are no moves: the source
-  /// always keeps its share.
+  /// Releases its own object, then shares the other's; `other` may lie inside the object released. There is no move:
+  /// the source always keeps its share.
   polymorphic_frame &operator=(const polymorphic_frame &other);
 
-  /// The object, made now if there is none. An exhausted heap is not tested for: the process faults.
+  /// The object, created now if there is none. Heap exhaustion is not checked: the process faults.
   T &data();
 
   /// REQUIRES: hasData().
   const T &const_data() const;
 
-  /// @return The object, or null; never makes one.
+  /// @return The object, or null; never creates one.
   T *operator->() const;
   T *pointer() const;
 
   bool hasData() const;
 
-  /// @return The number of handles on the object, 0 without one.
+  /// @return The number of handles to the object, 0 without one.
   int referenceCount() const;
 
   /// Whether both share one object, or both have none.
   bool operator==(const polymorphic_frame &other) const;
 
-  /// Lets go of the object. The handle is null already while T's destructor runs.
+  /// Releases the object. The handle is already null while T's destructor runs.
   void setNull();
 
 protected:
@@ -68,7 +67,7 @@ private:
   frame *m_frame = nullptr;
 };
 
-// The bodies stand outside of the class so that an explicit instantiation exports them on every target.
+// The bodies stand outside the class so that an explicit instantiation exports them on every target.
 
 template <class T>
 polymorphic_frame<T>::polymorphic_frame(const polymorphic_frame &other)

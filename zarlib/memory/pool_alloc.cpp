@@ -16,15 +16,15 @@ static_assert(std::endian::native == std::endian::little, "the words of a pool a
 
 namespace {
 
-constexpr int smallest_payload = 8; // the node of the free list
+constexpr int smallest_payload = 8; // a free-list node
 constexpr int smallest_cell = 12;
 constexpr unsigned header_size = sizeof(pool_chain);
-constexpr unsigned largest_slack = 12; // handed out with the request rather than split off
+constexpr unsigned largest_slack = 12; // included in the allocation rather than split off
 
-// The allocator's place in the object of its block; a dump begins at that object.
+// The allocator's offset in its block's object, where a dump begins.
 constexpr int offset_in_object = 8;
 
-// In unsigned arithmetic, so that the largest request rounds up to what no cell has.
+// Unsigned, so that the largest request rounds up to more than any cell has.
 unsigned payload_for(int bytes) { return (static_cast<unsigned>(std::max(bytes, smallest_payload)) + 3) & ~3u; }
 
 pool_chain *cell_at(const basePoolAlloc *origin, std::intptr_t distance) {
@@ -36,7 +36,7 @@ pool_chain *cell_of(const void *p) {
   return pool_chain::get_pCell(static_cast<list_chain_offset *>(const_cast<void *>(p)));
 }
 
-// The links of the free list are never null, and saying so keeps the test for it out of the searches.
+// Links of the free list are never null; telling the compiler so keeps the test out of the searches.
 list_chain_offset *next_of(const list_chain_offset *node) {
   list_chain_offset *const next = node->get_pNext();
   if (!next) __builtin_unreachable();
@@ -51,15 +51,15 @@ list_chain_offset *previous_of(const list_chain_offset *node) {
 
 unsigned size_of(const pool_chain *cell) { return static_cast<unsigned>(cell->get_nPoolSize()); }
 
-// The list is in the order of the cells, so a right neighbour is free exactly when it is the next in the list; asking it
-// so leaves the memory of used cells alone.
+// The list is in address order, so a right neighbour is free exactly when it is next in the list; asking the list
+// leaves the memory of used cells untouched.
 bool is_right_neighbour(const list_chain_offset *next, const list_chain_offset *node, unsigned reach) {
   return reinterpret_cast<std::uintptr_t>(node) + reach == reinterpret_cast<std::uintptr_t>(next);
 }
 
-// Cuts a listed free cell that reaches to `reach` behind its first `kept` bytes; `next` is its neighbour in the list.
-// What cell and neighbour hold about each other before does not matter.
-// @return The cell. Out of line, so that the search needs no more registers than a function may use freely.
+// Splits a listed free cell of `reach` bytes after its first `kept`; `next` is its successor in the list. The old links
+// between the two are overwritten unread.
+// @return The cell. Out of line, to keep register pressure in the search low.
 [[gnu::noinline]] pool_chain *cut_cell(pool_chain *cell, unsigned reach, unsigned kept, list_chain_offset *next) {
   cell->set_iOffsetRightCell(kept);
   pool_chain *const rest = ::new (reinterpret_cast<char *>(cell) + kept) pool_chain;
@@ -71,7 +71,8 @@ bool is_right_neighbour(const list_chain_offset *next, const list_chain_offset *
   return cell;
 }
 
-// The order of the list, in which the head, which lies outside of the pool, is before every node and behind every node.
+// Address order. The head lies outside the pool, so unsigned wrapping puts it after every cell here and before every
+// cell in is_before().
 bool is_behind(const void *pool, const list_chain_offset *node, const pool_chain *cell) {
   const auto start = reinterpret_cast<std::uintptr_t>(pool);
   return reinterpret_cast<std::uintptr_t>(node) - start > reinterpret_cast<std::uintptr_t>(cell) - start;
@@ -113,14 +114,14 @@ int basePoolAlloc::init_pool(void *pool, int bytes) {
 }
 
 void *basePoolAlloc::alloc(int bytes) {
-  // Whoever has probed finds the cell cut to measure, and mostly as the first of the list: no search then.
+  // After find_big_enough_cell() the cell is already cut to size, and mostly first in the list: no search.
   list_chain_offset *const first = next_of(&m_free);
   pool_chain *const cell = pool_chain::get_pCell(first);
   if (first == &m_free || size_of(cell) - payload_for(bytes) > largest_slack) return search_and_take(bytes);
   return take_cell(cell);
 }
 
-// Out of line, as other slow paths here: the fast ones then need no frame.
+// Out of line like the other slow paths here, so that the fast ones need no stack frame.
 [[gnu::noinline]] void *basePoolAlloc::search_and_take(int bytes) {
   pool_chain *const cell = find_big_enough_cell(bytes);
   if (cell) return take_cell(cell);
@@ -148,8 +149,8 @@ void *basePoolAlloc::realloc(void *p, int bytes) {
   }
   if (cell->get_nPoolSize() >= bytes) return p;
 
-  // Settled, callers rely on it: the result is not tested, so a pool too full ends in a fault here, and what was joined
-  // stays joined.
+  // Settled, callers rely on it: the result is not checked, so a full pool faults here, and the
+  // cells joined stay joined.
   void *const moved = alloc(bytes);
   std::memcpy(moved, p, static_cast<size_t>(old_size));
   free(p);
@@ -169,7 +170,7 @@ pool_chain *basePoolAlloc::find_big_enough_cell(int bytes) {
     next = next_of(node);
     if (reach < needed) {
       if (!is_right_neighbour(next, node, reach)) continue;
-      // The cell is written once, behind the last neighbour joined.
+      // The cell is written once, after the last neighbour is joined.
       do {
         list_chain_offset *const joined = next;
         reach += pool_chain::get_pCell(joined)->get_iOffsetRightCell();
@@ -193,7 +194,7 @@ pool_chain *basePoolAlloc::begin_cell() const { return cell_at(this, m_nPoolOffs
 pool_chain *basePoolAlloc::end_cell() const { return cell_at(this, std::intptr_t{m_nPoolOffset} + m_nPoolSize); }
 
 void basePoolAlloc::push_free_cell(pool_chain *cell) {
-  // In a pool used as a queue the place is behind the head or the first free cell.
+  // In a pool used as a queue the place is right after the head or the first free cell.
   const pool_chain *const pool = begin_cell();
   list_chain_offset *const first = next_of(&m_free);
   if (is_behind(pool, first, cell)) return list_cell(cell, &m_free, first);
@@ -202,8 +203,9 @@ void basePoolAlloc::push_free_cell(pool_chain *cell) {
   push_far_cell(cell, next_of(second));
 }
 
-// Three ways lead to the place, and each is short in a pool of another kind: up the free list from `up`, down from its
-// end, along the cells to the right. Taken one step each in turn, the shortest of the three decides what a free costs.
+// Searches for the place in three directions, each short under a different usage pattern: up the free list from
+// `up`, down from its end, and along the cells to the right. They advance in lockstep, so a free costs the
+// shortest of the three.
 [[gnu::noinline]] void basePoolAlloc::push_far_cell(pool_chain *cell, list_chain_offset *up) {
   const pool_chain *const pool = begin_cell(), *const end = end_cell();
   pool_chain *right = cell->get_pRight();

@@ -1,14 +1,14 @@
-// The word that links inside a block are made of.
+// The building block of links inside a block.
 #pragma once
 
 #include <cstdint>
 
 namespace zar {
 
-/// A link as stored in a block: the target's address less the word's own address, in 32 bits, 0xFFFFFFFF for null.
+/// A link as stored in a block: the target's address minus the word's own address, in 32 bits, 0xFFFFFFFF for null.
 ///
-/// Copying copies the number, so a copy at another place has another target. A target right before the word (distance
-/// -1) cannot be told from null.
+/// Copying copies the number, so a copy elsewhere has another target. A target one byte before the word (distance -1)
+/// is indistinguishable from null.
 class self_relative_word {
 public:
   static constexpr std::uint32_t null_value = 0xFFFFFFFF;
@@ -26,10 +26,10 @@ public:
   /// REQUIRES: within_reach(p).
   void set_target(const void *p) { m_value = p ? static_cast<std::uint32_t>(distance_to(p)) : null_value; }
 
-  /// The same by the distance, for targets that cannot be null: costs no test.
+  /// Stores a distance, for targets that cannot be null: saves the test.
   void set_distance(std::uint32_t distance) { m_value = distance; }
 
-  /// Whether 32 bits hold the distance: always on a 32-bit target, within 2 GiB on a 64-bit one.
+  /// Whether the distance fits 32 bits: always on a 32-bit target, within 2 GiB on a 64-bit one.
   bool within_reach(const void *p) const {
     const auto distance = static_cast<std::intptr_t>(distance_to(p));
     return distance == static_cast<std::int32_t>(distance);

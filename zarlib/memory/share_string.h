@@ -4,8 +4,8 @@
 #include "zarlib/export.h"
 #include "zarlib/memory/self_relative_word.h"
 
-/// A text as stored in a block: the length, then as many bytes, then a NUL. It takes length + 5 bytes of the block's
-/// pool.
+/// A text as stored in a block: the length, then that many bytes, then a NUL. It takes length + 5 bytes
+/// of the block's pool.
 struct ZAR_API baseShareTextA {
   int length; ///< characters without the terminator
 
@@ -17,18 +17,18 @@ static_assert(sizeof(baseShareTextA) == 4, "a storage format");
 
 /// A string in a block: one word that refers to a baseShareTextA of the same block, or to nothing.
 ///
-/// It allocates nothing and owns nothing; whoever derives from it takes the record from the block's pool and sets it.
-/// Guarded by the lock of the block. Comparisons heed case and stop at a first NUL.
+/// It allocates and owns nothing; a derived class allocates the record from the block's pool and sets it. Guarded by
+/// the block's lock. Comparisons are case-sensitive and stop at the first NUL.
 class ZAR_API baseShareStringA {
 public:
   baseShareStringA() : m_word(zar::self_relative_word::null_value) {}
 
-  // Settled, callers rely on it: copies take the stored number as it stands, so they refer to the block at the same
-  // distance from themselves and not to the same text. Code that wants the same text uses set_Text().
+  // Settled, callers rely on it: copies take the stored number verbatim, so they refer to the same distance from
+  // themselves and not to the same text. To share the text, use set_Text().
   baseShareStringA(const baseShareStringA &) = default;
   baseShareStringA &operator=(const baseShareStringA &) = default;
 
-  /// @return The text, terminated; "" without one, never null.
+  /// @return The text, NUL-terminated; "" without one, never null.
   const char *c_str() const;
   /// c_str() under another name.
   const char *c_ptr() const;

@@ -1,14 +1,14 @@
-// chVarArgs: a view of a byte range, and its members of the byteof/print family.
+// chVarArgs: a view of a byte range, with its byteof() and print() overloads.
 #pragma once
 
 #include "zarlib/export.h"
 
 #include <vector>
 
-/// A view of bytes that somebody else owns, valid as long as they stand still. A plain value of two words.
+/// A non-owning view of bytes, valid while they do not move. A plain value of two words.
 class ZAR_API chVarArgs {
 public:
-  /// Views the vector's bytes until the vector changes. REQUIRES: fewer than 2 GiB.
+  /// Views the vector's bytes until it is modified. REQUIRES: fewer than 2 GiB.
   chVarArgs(const std::vector<unsigned char> &bytes);
   /// REQUIRES: `size` is not negative.
   chVarArgs(const void *data, int size);
@@ -21,10 +21,9 @@ private:
   const void *m_pEnd;
 };
 
-/// An overload family that client code adds its own types to: byteof() answers how many bytes print() will write.
+/// An overload set that client code extends with its own types: byteof() tells how many bytes print() will write.
 /// @return The size of the view.
 ZAR_API int byteof(const chVarArgs &args);
 
-/// Copies the bytes to `out`. REQUIRES: room for byteof(args) bytes that do not overlap them. @return The size of the
-/// view.
+/// Copies the bytes to `out`. REQUIRES: room for byteof(args) bytes that do not overlap them. @return The view's size.
 ZAR_API int print(unsigned char *out, const chVarArgs &args);
