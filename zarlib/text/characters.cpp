@@ -8,10 +8,10 @@ namespace {
 
 bool in_range(int c, int first, int last) { return c >= first && c <= last; }
 
-/// Length of the sequence that a byte starts; a byte that starts none counts as one.
+/// Length of the sequence that a lead byte starts; 1 for a byte that starts none.
 int sequence_length(unsigned char lead) { return (lead & 0xE0) == 0xC0 ? 2 : (lead & 0xF0) == 0xE0 ? 3 : 1; }
 
-/// The character of `length` bytes, which must be there.
+/// Decodes `length` bytes, which must be present.
 wchar_t decode(const char *p, int length) {
   const auto byte = [p](int i) { return static_cast<unsigned>(static_cast<unsigned char>(p[i])); };
   if (length == 2) return static_cast<wchar_t>((byte(0) & 0x1F) << 6 | (byte(1) & 0x3F));
@@ -19,7 +19,7 @@ wchar_t decode(const char *p, int length) {
   return byte(0) < 0x80 ? static_cast<wchar_t>(byte(0)) : L'?';
 }
 
-/// The first character, and in `length` how many bytes it took.
+/// Decodes the first character; `length` receives the number of bytes it took.
 wchar_t first_character(std::string_view s, int &length) {
   length = s.empty() ? 0 : sequence_length(static_cast<unsigned char>(s[0]));
   if (length == 0) return 0;
@@ -111,7 +111,7 @@ wchar_t chUTF8Word(const std::string &s) {
 wchar_t chUTF8Inc(std::string &s) {
   int length;
   const wchar_t character = first_character(s, length);
-  // Settled, callers rely on it: the text is lengthened by the count, not shortened by the character.
+  // Settled, callers rely on it: the count is appended to the text; the character is not removed.
   s += static_cast<char>(length);
   return character;
 }

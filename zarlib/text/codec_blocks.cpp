@@ -4,10 +4,11 @@
 
 #include <immintrin.h>
 
-// The Base64 kernels follow W. Mula and D. Lemire, "Faster Base64 Encoding and Decoding Using AVX2 Instructions" (2018): bits
-// are moved by multiplications, characters are found by their distance from the value, tables are shuffles.
+// The Base64 kernels follow W. Mula and D. Lemire, "Faster Base64 Encoding and Decoding Using AVX2 Instructions"
+// (2018): multiplications move the bits, a per-range offset maps values to characters and back, and tables are
+// shuffles.
 
-// On 32-bit systems a caller may hand over a stack that is aligned to 4 bytes only.
+// On 32-bit systems a caller may pass a stack that is only 4-byte aligned.
 #if defined(__i386__)
 #define ZAR_TARGET(name) __attribute__((target(name), force_align_arg_pointer))
 #else
@@ -19,7 +20,7 @@ namespace zar {
 namespace {
 
 vector_level detected_level() {
-  __builtin_cpu_init(); // the constructor that does it may not have run yet
+  __builtin_cpu_init(); // the constructor that does this may not have run yet
   if (__builtin_cpu_supports("avx2")) return vector_level::avx2;
   return __builtin_cpu_supports("ssse3") ? vector_level::ssse3 : vector_level::none;
 }
@@ -29,7 +30,7 @@ __m128i *vector_at(void *p) { return static_cast<__m128i *>(p); }
 const __m256i *wide_at(const void *p) { return static_cast<const __m256i *>(p); }
 __m256i *wide_at(void *p) { return static_cast<__m256i *>(p); }
 
-/// The same 16 bytes in both halves: the shuffles work in each half for itself.
+/// The same 16 bytes in both halves, because AVX2 shuffles work within each half.
 ZAR_TARGET("avx2") __m256i twice(__m128i table) { return _mm256_broadcastsi128_si256(table); }
 
 // Tables, indexed by 4-bit values.
@@ -38,17 +39,18 @@ ZAR_TARGET("ssse3") __m128i hexadecimal_digits() {
   return _mm_setr_epi8('0', '1', '2', '3', '4', '5', '6', '7', '8', '9', 'A', 'B', 'C', 'D', 'E', 'F');
 }
 
-/// Brings three bytes into each group of four: the second, the first, the third, the second.
+/// Expands each three bytes to a group of four: the second, the first, the third, the second.
 ZAR_TARGET("ssse3") __m128i spread_threes() { return _mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10); }
 
-/// From a value to its character. Index 0: values 26 to 51; 1 to 10: the digits; 11: "+"; 12: "/"; 13: values below 26.
+/// Offset from value to character. Index 0: values 26 to 51; 1 to 10: the digits; 11: "+"; 12: "/"; 13: values below
+/// 26.
 ZAR_TARGET("ssse3") __m128i distance_to_character() {
   constexpr char digit = '0' - 52;
   return _mm_setr_epi8('a' - 26, digit, digit, digit, digit, digit, digit, digit, digit, digit, digit, '+' - 62,
                        '/' - 63, 'A', 0, 0);
 }
 
-/// A character is in the alphabet if the entries of its low and of its high half have no bit in common.
+/// A character is in the alphabet if the entries for its low and its high half have no bit in common.
 ZAR_TARGET("ssse3") __m128i faults_of_low_half() {
   return _mm_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x13, 0x1A, 0x1B, 0x1B, 0x1B, 0x1A);
 }
@@ -56,17 +58,17 @@ ZAR_TARGET("ssse3") __m128i faults_of_high_half() {
   return _mm_setr_epi8(0x10, 0x10, 0x01, 0x02, 0x04, 0x08, 0x04, 0x08, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10);
 }
 
-/// From a character to its value, by its high half; "/" takes the entry below that of "+".
+/// Offset from character to value, by the character's high half; "/" uses the entry before that of "+".
 ZAR_TARGET("ssse3") __m128i distance_to_value() {
   return _mm_setr_epi8(0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A', 26 - 'a', 26 - 'a', 0, 0, 0, 0, 0, 0, 0, 0);
 }
 
-/// Brings the three bytes of each group of four into order and the groups together.
+/// Reverses the three bytes of each group of four and packs the groups together.
 ZAR_TARGET("ssse3") __m128i gather_threes() {
   return _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
 }
 
-// 16 bytes a step.
+// SSSE3: 16 bytes per step.
 
 ZAR_TARGET("ssse3") size_t encode_base16_ssse3(const unsigned char *in, size_t size, char *out) {
   const __m128i low_half = _mm_set1_epi8(0x0F), digits = hexadecimal_digits();
@@ -81,7 +83,7 @@ ZAR_TARGET("ssse3") size_t encode_base16_ssse3(const unsigned char *in, size_t s
   return done;
 }
 
-/// Turns 16 digits into 8 words of two digits each. @return Whether all are digits.
+/// Converts 16 digits to 8 words of two digits each. @return Whether all are digits.
 ZAR_TARGET("ssse3") bool digit_pairs(const char *in, __m128i &words) {
   const __m128i text = _mm_loadu_si128(vector_at(in));
   const __m128i digit = _mm_sub_epi8(text, _mm_set1_epi8('0'));
@@ -117,7 +119,7 @@ ZAR_TARGET("ssse3") inline __m128i base64_of_twelve(__m128i bytes) {
   return _mm_add_epi8(values, _mm_shuffle_epi8(distance_to_character(), range));
 }
 
-/// The last `count` of the 16 bytes in front of `end`, and zeros behind them.
+/// The last `count` of the 16 bytes before `end`, followed by zeros.
 ZAR_TARGET("ssse3") inline __m128i last_bytes(const unsigned char *end, size_t count) {
   alignas(16) static constexpr signed char places[32] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10,
                                                          11, 12, 13, 14, 15, -1, -1, -1, -1, -1, -1,
@@ -125,7 +127,8 @@ ZAR_TARGET("ssse3") inline __m128i last_bytes(const unsigned char *end, size_t c
   return _mm_shuffle_epi8(_mm_loadu_si128(vector_at(end - 16)), _mm_loadu_si128(vector_at(places + 16 - count)));
 }
 
-/// All of it. The last step ends where the text ends, so that it writes some characters again, and none behind them.
+/// Encodes everything. The last step ends where the text ends, so it rewrites some characters and writes none past the
+/// end.
 /// REQUIRES: at least 16 bytes.
 ZAR_TARGET("ssse3") size_t encode_base64_ssse3(const unsigned char *in, size_t size, char *out) {
   const unsigned char *const end = in + size;
@@ -157,10 +160,10 @@ ZAR_TARGET("ssse3") size_t decode_base64_ssse3(const char *in, size_t size, unsi
   return done;
 }
 
-// 32 bytes a step, the same way; the rest as above.
+// AVX2: 32 bytes per step, in the same way; the rest as above.
 
-/// Ahead of the rest: the compiler leaves this out in front of a function that it knows, and without it all SSE code that
-/// follows, the caller's too, runs at half its speed.
+/// Called before the rest: the compiler omits this before a call to a function it knows, and without it all SSE code
+/// that follows, the caller's included, runs at half speed.
 ZAR_TARGET("avx2") inline void leave_wide_registers() { _mm256_zeroupper(); }
 
 constexpr int middle_quarters_swapped = 0xD8;
@@ -179,7 +182,7 @@ ZAR_TARGET("avx2") size_t encode_base16_avx2(const unsigned char *in, size_t siz
   return done + encode_base16_ssse3(in + done, size - done, out + 2 * done);
 }
 
-/// Turns 32 digits into 16 words of two digits each. @return Whether all are digits.
+/// Converts 32 digits to 16 words of two digits each. @return Whether all are digits.
 ZAR_TARGET("avx2") bool digit_pairs(const char *in, __m256i &words) {
   const __m256i text = _mm256_loadu_si256(wide_at(in));
   const __m256i digit = _mm256_sub_epi8(text, _mm256_set1_epi8('0'));
@@ -231,7 +234,7 @@ ZAR_TARGET("avx2") size_t encode_base64_avx2(const unsigned char *in, size_t siz
   return done + encode_base64_ssse3(in + done, size - done, out);
 }
 
-/// Keys and their like: all in one step, whose halves overlap. REQUIRES: 16 to 24 bytes.
+/// For keys and similar short data: everything in one step, whose halves overlap. REQUIRES: 16 to 24 bytes.
 ZAR_TARGET("avx2") size_t encode_base64_once(const unsigned char *in, size_t size, char *out) {
   const size_t groups = (size + 2) / 3, missing = 3 * groups - size;
   const __m128i first = _mm_loadu_si128(vector_at(in)), second = last_bytes(in + size, 12 - missing);
@@ -268,7 +271,7 @@ ZAR_TARGET("avx2") size_t decode_base64_avx2(const char *in, size_t size, unsign
 
 const vector_level best_vector_level = detected_level();
 
-/// Below, the 16 bytes a step are done before the wide tables are laid out.
+/// Below this size, SSSE3 finishes before the AVX2 tables are set up.
 constexpr size_t wide_pays = 65;
 
 size_t encode_base16_blocks(vector_level level, const unsigned char *in, size_t size, char *out) {

@@ -9,7 +9,7 @@ namespace {
 
 constexpr char base16_alphabet[] = "0123456789ABCDEF";
 constexpr char base64_alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-/// The characters of `alphabet` are worth their places.
+/// Assigns each character of `alphabet` its index, counted from `first`.
 constexpr void count_up(character_values &values, std::string_view alphabet, unsigned char first) {
   for (const char c : alphabet) values[static_cast<unsigned char>(c)] = first++;
 }
@@ -37,13 +37,13 @@ constexpr character_values base64_values = values_of_base64();
 
 unsigned char low_byte(unsigned value) { return static_cast<unsigned char>(value); }
 
-// Results grow by pieces that stay in the nearest cache: memory is written once, and not cleared before.
+// Results are built in pieces that stay in the L1 cache: memory is written once, without being cleared first.
 constexpr size_t piece_bytes = 3072;                     // a multiple of 3
 constexpr size_t piece_characters = piece_bytes / 3 * 4; // in Base64
-constexpr size_t short_bytes = 64;                       // clearing so many costs less than copying them
+constexpr size_t short_bytes = 64;                       // clearing this many costs less than copying them
 
-/// @param length_of  From a number of bytes to the number of their characters.
-/// @param encode     Writes the characters of (bytes, their number) to a place.
+/// @param length_of  Maps a number of bytes to the number of their characters.
+/// @param encode     Writes the characters of (bytes, their number) to a destination.
 template <class Encode>
 [[gnu::noinline]] std::string encoded_by_pieces(const unsigned char *data, size_t size, size_t (*length_of)(size_t),
                                                 Encode encode) {
@@ -66,10 +66,10 @@ std::string encoded(const unsigned char *data, size_t size, size_t (*length_of)(
   return text;
 }
 
-/// Reads characters one by one where the blocks stop. Its state is the values of a group that is not whole yet.
+/// Reads characters one by one where the blocks stop. Its state is the values of an incomplete group.
 class base16_reader {
 public:
-  static constexpr size_t singles = 32; // characters between two tries of the blocks, which find nothing in "0A 1B "
+  static constexpr size_t singles = 32; // characters between attempts at blocks, which find nothing in "0A 1B "
 
   size_t blocks(vector_level level, const char *in, size_t size, unsigned char *&out) const {
     const size_t taken = decode_base16_blocks(level, in, size, out);
@@ -96,7 +96,7 @@ private:
 
 class base64_reader {
 public:
-  static constexpr size_t singles = 1; // the blocks reach up to the end of a line and take the next one from its start
+  static constexpr size_t singles = 1; // blocks run up to the end of a line and resume at the next
 
   size_t blocks(vector_level level, const char *in, size_t size, unsigned char *&out) {
     size_t taken = decode_base64_blocks(level, in, size, out);
@@ -125,7 +125,8 @@ public:
   }
 
 private:
-  /// A whole group at once, and a byte more is written. @return False, and nothing is taken, if a character is outside the alphabet.
+  /// Decodes a whole group, writing one byte more. @return False, with nothing consumed, if a character is outside the
+  /// alphabet.
   static bool take_four(const char *in, unsigned char *out) {
     const unsigned first = value_of(base64_values, in[0]), second = value_of(base64_values, in[1]);
     const unsigned third = value_of(base64_values, in[2]), fourth = value_of(base64_values, in[3]);
@@ -135,7 +136,7 @@ private:
     return true;
   }
 
-  /// The group that ends a usual text, with its padding. @return As take_four().
+  /// Decodes the padded group that usually ends a text. @return As take_four().
   bool take_padded(const char *in, unsigned char *&out) {
     const unsigned first = value_of(base64_values, in[0]), second = value_of(base64_values, in[1]);
     const bool is_pair = in[2] != '=';
@@ -148,16 +149,16 @@ private:
     return true;
   }
 
-  unsigned m_bits = 0; ///< the lowest 6 for each character of the group
+  unsigned m_bits = 0; ///< 6 bits for each character of the group, the newest lowest
   int m_count = 0;
   bool m_ended = false;
 };
 
-/// Reads one piece. @return The end of the bytes in `out`. Out of line: most short texts end with their blocks.
+/// Reads one piece. @return The end of the bytes in `out`. Not inlined: most short texts end with their blocks.
 template <class Reader>
 [[gnu::noinline]] unsigned char *read_piece(Reader &state, vector_level level, std::string_view text,
                                             unsigned char *out) {
-  Reader reader = state; // a copy that no byte written can overlap stays in registers
+  Reader reader = state; // a local copy, which no written byte can alias, stays in registers
   for (size_t i = 0; i < text.size() && !reader.has_ended();) {
     if (reader.is_between_groups()) i += reader.blocks(level, text.data() + i, text.size() - i, out);
     const size_t stop = std::min(text.size(), i + Reader::singles);
@@ -173,8 +174,8 @@ template <class Reader>
                                                                size_t at_most) {
   std::vector<unsigned char> bytes;
   bytes.reserve(at_most);
-  // A group left open by the piece before may add its three bytes: it takes a character of this one, which is a whole
-  // group less for the blocks, and so they keep their slack.
+  // A group left open by the previous piece may add its three bytes: it takes a character of this one, which leaves the
+  // blocks one whole group less, so their slack is preserved.
   unsigned char piece[piece_bytes + block_slack];
   for (Reader reader; !text.empty() && !reader.has_ended();) {
     const size_t count = std::min(text.size(), piece_characters);
@@ -205,7 +206,7 @@ std::vector<unsigned char> decoded(vector_level level, std::string_view text, si
   }
 }
 
-/// What the blocks leave.
+/// Encodes what the blocks leave.
 [[gnu::noinline]] void base64_groups(const unsigned char *in, size_t size, char *out) {
   for (size_t i = 0; i < size; i += 3, out += 4) {
     const size_t left = size - i;

@@ -1,4 +1,4 @@
-// The codecs whose long runs go by vector instructions, with the choice of these as an argument.
+// The vectorised codecs, with the vector level as a parameter.
 #pragma once
 
 #include "zarlib/text/codec_blocks.h"
@@ -10,7 +10,7 @@
 
 namespace zar {
 
-/// What a character is worth that is not in the alphabet.
+/// The value of a character that is not in the alphabet.
 constexpr unsigned char no_value = 255;
 
 using character_values = std::array<unsigned char, 256>;
@@ -25,7 +25,7 @@ std::string to_base64(vector_level level, const unsigned char *data, size_t size
 std::vector<unsigned char> from_base16(vector_level level, std::string_view text);
 std::vector<unsigned char> from_base64(vector_level level, std::string_view text);
 
-/// Each pair of characters is a byte, whatever they are. REQUIRES: an even number of them.
+/// Decodes each pair of characters to a byte, valid digits or not. REQUIRES: an even length.
 void fetch_base16(vector_level level, std::string_view text, unsigned char *out);
 
 } // namespace zar

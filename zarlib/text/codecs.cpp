@@ -19,7 +19,7 @@ std::string zarBin2Base16(const void *data, int size) {
 }
 
 std::string zarBin2Text(const void *data, int size) {
-  constexpr size_t most = std::numeric_limits<size_t>::max() / 3; // such a text is refused as too long by the string
+  constexpr size_t most = std::numeric_limits<size_t>::max() / 3; // std::string rejects such a size as too long
   std::string text(3 * std::min(count_of(size), most), ' ');
   char *out = text.data();
   for (const unsigned char *in = bytes_at(data); out != text.data() + text.size(); ++in, out += 3) {
@@ -48,7 +48,7 @@ std::vector<unsigned char> zarText2Bin(const std::string &text) {
     bytes.push_back(static_cast<unsigned char>(value == no_value ? high : high << 4 | value));
     high = no_value;
   }
-  // Settled, callers rely on it: a digit still held here is dropped, where zarBase162Bin() makes a byte of it.
+  // Settled, callers rely on it: a digit still pending here is dropped, where zarBase162Bin() makes a byte of it.
   return bytes;
 }
 

@@ -1,4 +1,4 @@
-// The document path for those who cannot allocate.
+// The document path for callers that must not allocate.
 #pragma once
 
 #include <memory>
@@ -6,7 +6,8 @@
 
 namespace zar {
 
-/// @return What zarGetAppDocPath() copies. Takes a lock for a few instructions and no memory, so a dying process may ask.
+/// @return What zarGetAppDocPath() copies. Holds a lock for a few instructions and does not allocate, so a crashing
+///         process may call it.
 std::shared_ptr<const std::string> document_path();
 
 } // namespace zar

@@ -32,8 +32,8 @@ std::string find_root() {
   return with_slashes(root.c_str());
 }
 
-/// The document path. It is also asked for on a faulting thread: the lock is held for the change of a pointer only,
-/// with no allocation and no copying of text under it.
+/// The document path. A faulting thread also asks for it: the lock is held only to copy or swap a pointer, with no
+/// allocation and no copying of text.
 class document_path_keeper {
 public:
   std::shared_ptr<const std::string> get() {
@@ -41,13 +41,13 @@ public:
     return m_text;
   }
 
-  /// The old text goes with the parameter, after the lock.
+  /// The old text is freed with the parameter, after the lock is released.
   void set(std::shared_ptr<const std::string> text) {
     const std::lock_guard<std::mutex> hold(m_lock);
     m_text.swap(text);
   }
 
-  /// Never destroyed: it answers during static construction and at exit.
+  /// Never destroyed: usable during static construction and at exit.
   static document_path_keeper &instance() {
     static document_path_keeper &path = *new document_path_keeper;
     return path;
@@ -72,7 +72,7 @@ int translated(int key) {
 
 const std::string &appRootPath() {
   return root_path.get("[E:] re-enter static instance of RootPath", []() -> const std::string & {
-    // Never destroyed: what runs at exit may still hold the reference.
+    // Never destroyed: code that runs at exit may still hold the reference.
     static const std::string &root = *new std::string(find_root());
     return root;
   });
@@ -105,7 +105,7 @@ std::string zarGetTempDirectory() {
 std::string zarGetCurrentDirectory() { return zar::platform::current_directory(); }
 
 bool KillProcessAppByName(std::string name) {
-  if (name.empty()) return false; // the name of any process that is just being started
+  if (name.empty()) return false; // a process that is just starting has an empty name
   name = String2Lower(name);
   const auto processes = zar::platform::list_processes();
   // Settled, callers rely on it: the first entry, the system's own, is never compared.

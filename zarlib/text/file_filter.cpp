@@ -20,17 +20,17 @@ struct wildcard {
   std::string pattern;
 };
 
-// The wildcards stand for the dot of regular expressions, which takes no line ends.
+// The wildcards stand for the dot of regular expressions, which does not match line ends.
 bool is_line_end(char c) { return c == '\n' || c == '\r'; }
 
-/// The shortest run for each * in turn decides: a longer one for an earlier * could only reach what a later * reaches
-/// too. That holds beside line ends as well, since the n-th line end of the name has to meet the n-th of the pattern on
-/// any road.
+/// Each * takes the shortest run that works, and only the last * met is ever extended: a longer run for an earlier one
+/// could only reach what the later one reaches too. Line ends do not break this: the n-th of the name must match the
+/// n-th of the pattern in any case.
 bool matches(const wildcard &card, std::string_view name) {
   const std::string_view pattern = card.pattern;
   size_t at = 0, reached = 0;
-  size_t star = std::string_view::npos; ///< behind the last * met
-  size_t run_end = 0;                   ///< of the run that this * takes at present
+  size_t star = std::string_view::npos; ///< just after the last * met
+  size_t run_end = 0;                   ///< end of the run that this * currently takes
   while (reached < name.size()) {
     const char expected = at < pattern.size() ? pattern[at] : '\0';
     if (at < pattern.size() && expected == '*') {
@@ -61,7 +61,7 @@ bool matches_any(const std::vector<name_pattern> &patterns, std::string_view nam
   });
 }
 
-// Bars and backslashes are passed on to the regular expression, and its compiler has a meaning of its own for a NUL.
+// Bars and backslashes are passed on to the regular expression, whose compiler treats NUL specially.
 bool is_wildcard(std::string_view pattern) {
   return pattern.find_first_of(std::string_view("|\\\0", 3)) == std::string_view::npos;
 }
@@ -126,7 +126,7 @@ public:
   }
 
 private:
-  /// @param directory  With its slash at the end, as everywhere here.
+  /// @param directory  With a trailing slash, as everywhere here.
   void walk(const std::string &directory) {
     const std::string names = read(directory);
     for (const std::string_view name : sorted(names)) {
@@ -140,7 +140,7 @@ private:
     }
   }
 
-  /// The names to go on with, each ended by a NUL, which no name holds; those of directories have a slash before it.
+  /// The names to process, each NUL-terminated (no name contains one); those of directories have a trailing slash.
   std::string read(const std::string &directory) const {
     std::string names, name;
     platform::directory_reader reader(directory);
@@ -156,7 +156,7 @@ private:
     return names;
   }
 
-  /// Directories with their slash stand in this order just where the paths below them do in the whole.
+  /// With its trailing slash, a directory sorts exactly where the paths below it belong.
   static std::vector<std::string_view> sorted(std::string_view names) {
     std::vector<std::string_view> result;
     for (size_t start = 0; start < names.size(); start += result.back().size() + 1)
@@ -171,7 +171,7 @@ private:
     return platform::read_facts(std::string(directory).append(entry.name), facts) && (facts.mode & 0x4000);
   }
 
-  /// Whether a link leads back into one of the directories that it stands in, for ever round.
+  /// Whether a link leads back to one of the directories that contain it, which would recurse forever.
   bool leads_upward(const std::string &directory, const platform::directory_entry &entry) const {
     if (entry.kind != platform::entry_kind::unknown) return false;
     const std::string link = std::string(directory).append(entry.name);
@@ -187,8 +187,8 @@ private:
   std::list<std::string> m_found;
 };
 
-/// Each of the sorted `found` goes ahead of the first entry that is greater. One pass does it, also where `files` was
-/// not sorted: the first greater entry of a greater path never stands further ahead.
+/// Inserts each of the sorted `found` before the first greater entry. One pass suffices even if `files` was not sorted:
+/// the first entry greater than a greater path is never earlier.
 void insert_all(std::list<std::string> &files, std::list<std::string> found) {
   for (auto place = files.begin(); !found.empty() && place != files.end();) {
     if (found.front() < *place)

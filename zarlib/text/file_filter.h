@@ -1,4 +1,4 @@
-// Filters of file names, and finding files in a tree.
+// File name filters, and finding files in a directory tree.
 #pragma once
 
 #include "zarlib/export.h"
@@ -13,23 +13,23 @@ struct name_patterns;
 
 /// Accepts and denies file names by patterns.
 ///
-/// A filter is a text of patterns between semicolons: "*.log;*.txt;-debug*". One that begins with a minus sign denies
-/// what it matches, any other accepts; a plus sign at the start is allowed and left out. Empty patterns are dropped.
+/// A filter is a list of patterns separated by semicolons: "*.log;*.txt;-debug*". A pattern that begins with a minus
+/// sign denies what it matches, any other accepts; a leading plus sign is allowed and ignored. Empty patterns are
+/// dropped.
 ///
-///   *        any run of characters, also none
+///   *        any run of characters, including none
 ///   ?        one character
 ///   |        either of two patterns: "*.jpg|*.png"
 ///   \        with a letter, an escape of an ECMAScript regular expression: "\d" is a digit; doubled, a backslash
-///   others   themselves, upper and lower case told apart
+///   others   themselves, case-sensitively
 ///
-/// A pattern matches the whole name, byte by byte. The characters of * and ? can be anything but a line feed and a
-/// carriage return.
+/// A pattern matches the whole name, byte by byte. * and ? match anything except a line feed and a carriage return.
 ///
-/// Matching takes time linear in the name for the usual patterns. Those with | or \ are run by std::regex, which is
-/// slower by orders of magnitude and recurses once or more for each character of the name.
+/// Matching time is linear in the name for ordinary patterns. Those with | or \ are run by std::regex, which is slower
+/// by orders of magnitude and recurses at least once per character of the name.
 ///
-/// Copies are independent, and so are objects moved from: they keep their patterns. Threads may match at once with one
-/// object as long as none calls SetFilter().
+/// Copies are independent, and moved-from objects keep their patterns. Threads may match concurrently with one object
+/// as long as none calls SetFilter().
 class ZAR_API chFileFilter {
 public:
   /// Calls SetFilter().
@@ -40,32 +40,32 @@ public:
 
   /// Replaces all patterns. An empty text accepts every name and denies none.
   /// @return 1.
-  /// @throws std::regex_error  for a pattern that cannot be understood (a lone \ at its end); the patterns ahead of it
-  ///                           are in force then.
+  /// @throws std::regex_error  for a pattern that does not compile (a lone \ at its end); the patterns before it are
+  ///                           then in force.
   int SetFilter(const std::string &filter);
 
-  /// @return 1 when `name` matches an accepting pattern, or when there is none; else 0. Denying patterns are not looked
-  ///         at.
+  /// @return 1 when `name` matches an accepting pattern, or when there is none; otherwise 0. Denying patterns are
+  ///         ignored.
   int IsAcceptFileName(const std::string &name) const;
 
-  /// @return 1 when `name` matches a denying pattern, else 0.
+  /// @return 1 when `name` matches a denying pattern, otherwise 0.
   int IsDenyFileName(const std::string &name) const;
 
 private:
   static std::string fileExpress2REText(const std::string &pattern);
 
-  std::shared_ptr<const zar::name_patterns> m_patterns; ///< never changed, so that copies may share it
+  std::shared_ptr<const zar::name_patterns> m_patterns; ///< never modified, so that copies can share it
 };
 
 /// Finds the files whose names a filter accepts and does not deny, and inserts their paths into `files`: `root`, a
 /// slash, and so on.
 ///
-/// The list stays sorted byte by byte: each path goes ahead of the first entry that is greater. The list is not cleared
-/// first, and a path that is in it already comes a second time, behind. Whatever is no directory counts as a file.
-/// Links are followed, but not a link to a directory that the walk is in at that moment.
-/// @param recursive  Whether to go down into directories too: all of them but those whose names are denied. Accepting
-///                   patterns are for files only.
-/// @return true. A directory that cannot be read has no files.
-/// @throws std::regex_error  as chFileFilter::SetFilter(), before the list is touched.
+/// The list is kept sorted bytewise: each path is inserted before the first greater entry. The list is not cleared
+/// first, and a path already in it is inserted again, after the existing one. Anything that is not a directory counts
+/// as a file. Links are followed, except to a directory that the walk is currently in.
+/// @param recursive  Whether to descend into directories: all of them except those whose names are denied. Accepting
+///                   patterns apply to files only.
+/// @return Always true. A directory that cannot be read contributes no files.
+/// @throws std::regex_error  as chFileFilter::SetFilter(), before the list is modified.
 ZAR_API bool zarFindFile(const std::string &root, const std::string &filter, std::list<std::string> &files,
                          bool recursive);

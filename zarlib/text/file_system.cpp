@@ -32,7 +32,7 @@ bool remove_entry(const std::string &path) {
   return pathDirectoryExist(path) ? pathRemoveDirectory(path) : pathRemoveFile(path);
 }
 
-/// Seen through a slash at its end, a link is what it leads to.
+/// With a trailing slash, a link would be taken for its target.
 bool is_link_or_its_inside(std::string path) {
   while (path.size() > 1 && path.back() == '/') path.pop_back();
   return platform::is_link(path);
@@ -64,7 +64,7 @@ int pathCopyFile(const std::string &from, const std::string &to) { return from =
 int pathRemoveFile(const std::string &path) { return platform::remove_file(path); }
 
 int pathRenameFile(const std::string &from, const std::string &to) {
-  return from != to && platform::rename_file(from, to); // onto itself would be onto what stands there
+  return from != to && platform::rename_file(from, to); // renaming onto itself would overwrite
 }
 
 int pathRenameFileEx(const std::string &from, const std::string &to) {
@@ -76,8 +76,8 @@ int pathCreateDirectory(const std::string &path) {
   std::vector<std::string> missing;
   for (std::string level = path; !is_root(level) && !pathDirectoryExist(level);) {
     std::string parent = pathRemoveLastPart(level);
-    // Settled, callers rely on it: a part directly below the root has no parent to stand on. And a lone relative part
-    // is its own parent, so that there is no way up from it.
+    // Settled, callers rely on it: a part directly below the root has an empty parent and is refused. And a single
+    // relative part is its own parent, so there is no way up from it.
     if (parent.empty() || parent.size() >= level.size()) return 0;
     missing.push_back(std::move(level));
     level = std::move(parent);
@@ -91,7 +91,7 @@ int pathRemoveEmptyDirectory(const std::string &path) { return platform::remove_
 
 int pathRemoveDirectory(const std::string &path) {
   if (is_link_or_its_inside(path) || !pathDirectoryExist(path)) return 0;
-  // All names first: a directory is not changed under its reader, and a deep tree holds no more than one open at a
+  // Read all names first: the directory does not change under its reader, and a deep tree keeps at most one open at a
   // time.
   const std::string inside = path.back() == '/' ? path : path + '/';
   bool all = true;

@@ -17,7 +17,7 @@ bool starts_with_drive(std::string_view path) {
   return path.size() >= 2 && chIsAlpha(static_cast<unsigned char>(path[0])) && path[1] == ':';
 }
 
-/// What follows the last separator starts here.
+/// The index just after the last separator.
 size_t file_name_start(std::string_view path) {
   const size_t at = path.find_last_of(separators);
   return at == std::string_view::npos ? 0 : at + 1;
@@ -71,13 +71,12 @@ std::string pathRemoveLastPart(const std::string &path) {
   const std::string last = pathGetLastPart(path);
   if (last.empty()) return path;
   // Settled, callers rely on it: counted from the very end, a trailing separator included, and unsigned, so that a
-  // single part without a separator passes below zero and stays whole.
+  // single part without a separator wraps below zero and stays whole.
   return path.substr(0, path.size() - last.size() - 1);
 }
 
 std::string pathReplaceExtern(const std::string &path, const std::string &extension) {
-  // Settled, callers rely on it: separators do not stop the search, and where it finds no dot nothing of the path is
-  // kept.
+  // Settled, callers rely on it: separators do not stop the search, and if there is no dot nothing of the path is kept.
   const size_t dot = path.rfind('.');
   return dot == std::string::npos ? extension : path.substr(0, dot) + extension;
 }
@@ -96,7 +95,8 @@ std::string pathTidy(const std::string &path) {
     result = rest.substr(0, 2);
     rest.remove_prefix(2);
   }
-  // Settled, callers rely on it: the root's separator is dropped unseen, and where nothing is left to drop this throws.
+  // Settled, callers rely on it: the root's separator is dropped unchecked, and this throws if there is nothing left to
+  // drop.
   const std::vector<std::string_view> parts = resolved_parts(rest.substr(1));
   for (const std::string_view part : parts) result.append(1, '/').append(part);
   if (parts.empty()) result += '/';

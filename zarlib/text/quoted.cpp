@@ -5,7 +5,7 @@
 
 namespace {
 
-/// The value of a hexadecimal digit at `at`; -1 when there is none.
+/// The value of the hexadecimal digit at `at`; -1 if there is none.
 int digit_at(std::string_view text, size_t at) {
   const char c = at < text.size() ? text[at] : '\0';
   if (c >= '0' && c <= '9') return c - '0';
@@ -14,7 +14,7 @@ int digit_at(std::string_view text, size_t at) {
   return -1;
 }
 
-/// Appends what the escape behind the backslash stands for. @return Its length, without the backslash.
+/// Appends what the escape after the backslash stands for. @return Its length, without the backslash.
 size_t unescape(std::string_view escape, std::string &out) {
   switch (escape[0]) {
   case 'n':

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Appends the stretches between any of `separators`. An empty rest behind the last separator is never a field.
+/// Appends the fields between any of `separators`. An empty remainder after the last separator is never a field.
 void split(std::string_view text, std::string_view separators, bool keep_empty, std::vector<std::string> &out) {
   while (!text.empty()) {
     const size_t at = text.find_first_of(separators);
@@ -18,7 +18,7 @@ void split(std::string_view text, std::string_view separators, bool keep_empty, 
   }
 }
 
-/// The same where the caller's `text` may be an element of `out`, which moves as `out` grows.
+/// The same if the caller's `text` may be an element of `out`, which is reallocated as `out` grows.
 int split_any(const std::string &text, std::string_view separators, bool keep_empty, std::vector<std::string> &out) {
   const std::string copy = out.empty() ? std::string() : text;
   split(out.empty() ? text : copy, separators, keep_empty, out);
