@@ -147,9 +147,10 @@ void object_directory::sweep() const {
   const auto start = clock::now();
   if (start < next_sweep) return;
 
-  const int again = openat(m_folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const std::unique_ptr<DIR, int (*)(DIR *)> entries(again < 0 ? nullptr : fdopendir(again), closedir);
+  descriptor again(openat(m_folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const std::unique_ptr<DIR, int (*)(DIR *)> entries(again ? fdopendir(again.get()) : nullptr, closedir);
   if (!entries) return;
+  again.release();
   while (const dirent *const entry = readdir(entries.get()))
     if (entry->d_type == DT_REG) remove_if_dead(entry->d_name);
   const auto end = clock::now();
