@@ -7,10 +7,10 @@
 
 namespace {
 
-constexpr size_t text_size = 128; // with the NUL at its end
+constexpr size_t text_size = 128; // with the terminating NUL
 constexpr chTime start_of_1970(719560, 0);
 
-/// A text of at most text_size - 1 bytes.
+/// A text of fewer than text_size bytes.
 class short_text {
 public:
   bool fits() const { return m_size < text_size; }
@@ -29,8 +29,9 @@ private:
   size_t m_size = 0;
 };
 
-/// Writes a format whose conversions are the same in every locale and run-time library.
-/// @return false when strftime() must be asked: for another format, or a time that is not normalised or has no four-digit year.
+/// Handles formats whose conversions are the same in every locale and run-time library.
+/// @return false when strftime() is needed: for any other format, or a time not normalised or
+///         without a four-digit year.
 bool write_plain(const chTime &time, const char *format, short_text &text) {
   const zar::calendar_date date = zar::date_of(time.day);
   if (date.year < 1000 || date.year > 9999 || time.milliseconds < 0 || time.milliseconds >= 86400000) return false;
@@ -103,7 +104,7 @@ chTime chTime::getSystemTime() {
 }
 
 bool chTime::setSystemTime(const chTime &time) {
-  // Settled, callers rely on it: the days since 1970 are read as though they were a day number.
+  // Settled, callers rely on it: the days since 1970 are read as if they were a day number.
   const chTime since = time - time1970();
   const zar::calendar_date date = zar::date_of(since.day);
   const auto word = [](int value) { return static_cast<unsigned short>(value); };

@@ -91,7 +91,7 @@ chRect rectLTWH(int left, int top, int width, int height) { return {chPoint(left
 
 namespace {
 
-/// Cut towards zero; what no int can hold becomes the least one, as the processor has it.
+/// Truncates towards zero; what does not fit an int becomes INT_MIN, as in the processor's conversion.
 int truncated(double x) { return x > INT_MIN - 1.0 && x < INT_MAX + 1.0 ? static_cast<int>(x) : INT_MIN; }
 
 } // namespace
@@ -128,10 +128,10 @@ int mathRound(double x, double threshold) {
 
 namespace {
 
-/// The part of a line of `length` steps, laid from one place to another, that is legal in both.
+/// The part of a line of `length` steps, copied from one position to another, that is legal in both.
 struct clipped_line {
   long long first;
-  long long count; ///< not above 0 when nothing is left
+  long long count; ///< 0 or less when nothing is left
 };
 
 /// A step i is legal when 0 <= from + i < from_end, 0 <= to + i < to_end, and clip_start <= to + i < clip_end.

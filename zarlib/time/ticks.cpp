@@ -22,7 +22,7 @@ chTick::chTick(int s, int u) : seconds(s), microseconds(u) {
     seconds = wrapping_add(s, u / microseconds_per_second);
     microseconds = u % microseconds_per_second;
   } else if (u < 0) {
-    // Settled, callers rely on it: an exact negative multiple comes out as 1000000 with the second one lower.
+    // Settled, callers rely on it: an exact negative multiple becomes 1000000, one second lower.
     seconds = wrapping_add(s, u / microseconds_per_second - 1);
     microseconds = u % microseconds_per_second + microseconds_per_second;
   }
@@ -64,7 +64,7 @@ int chTickTimer::ResetTickTimer() {
   return elapsed;
 }
 
-// Only the microseconds word tells an absent deadline: no normalised tick has -1 there.
+// Only the microseconds word marks an absent deadline: no normalised tick has -1 there.
 static constexpr int no_deadline = -1;
 
 chTimeout::chTimeout(int milliseconds) { setTimeout(milliseconds); }

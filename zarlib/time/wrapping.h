@@ -1,4 +1,4 @@
-// Arithmetic of 32-bit words that wraps instead of overflowing.
+// 32-bit arithmetic that wraps instead of overflowing.
 #pragma once
 
 namespace zar {
