@@ -1,16 +1,18 @@
 // Sample buffers of telephone audio: aLawSample and uLawSample (ITU-T G.711), pcm16Sample (16-bit linear).
 //
-// A caller computes a signal as doubles from -1.0 to 1.0; these classes scale, compress and store it. They are values: copies
-// copy the samples, moves take them and leave the source empty. One object belongs to one thread at a time.
+// A caller computes a signal as doubles from -1.0 to 1.0; these classes scale, compress and store it. They
+// are values: copying copies the samples, moving takes them and leaves the source empty. One object belongs
+// to one thread at a time.
 //
-// Scaling: a value is multiplied by 32767.0 and cut towards zero to 32 bits, of which the low 16 are the sample. Nothing is
-// clipped: a value beyond 1.0 wraps around, and one that leaves 32 bits, or a NaN, gives 0.
+// Scaling: a value is multiplied by 32767.0 and truncated towards zero to 32 bits, of which the low 16 are the sample.
+// There is no clipping: a value beyond 1.0 wraps around, and one beyond 32 bits, or a NaN, gives 0.
 //
-// The codes are those of G.711 but for 128 negative samples in each law, settled: a sample at the edge of a step (-16, -32
-// and on in A-law; -4, -12 and on in mu-law) falls one step farther from zero, and -32768, which only values below -1.0
-// give, has the code of the smallest negative sample (0x55 and 0x7F).
+// The codes are those of G.711 except for 128 negative samples in each law, settled: a sample at the edge of a step
+// (-16, -32, ... in A-law; -4, -12, ... in mu-law) falls one step farther from zero, and -32768, which only values
+// below -1.0 give, has the code of the smallest negative sample (0x55 and 0x7F).
 //
-// Appending is one look-up, in a table of 64 KiB for each law. It does not allocate while the samples fit what
+// Appending is one look-up in a 64 KiB table per law. It does not allocate while the samples fit the capacity reserved
+// by AllocSampleBuffer().
 // AllocSampleBuffer() has reserved.
 #pragma once
 
@@ -21,7 +23,7 @@
 #include <utility>
 #include <vector>
 
-/// G.711 A-law, a byte a sample.
+/// G.711 A-law, one byte per sample.
 class ZAR_API aLawSample {
 public:
   aLawSample() = default;
@@ -33,8 +35,8 @@ public:
     return *this;
   }
 
-  /// Reserves room for `count` samples in all; does nothing when there is as much already. Throws std::length_error for a
-  /// negative count.
+  /// Reserves capacity for `count` samples in total; does nothing when it is already there. Throws std::length_error
+  /// for a negative count.
   void AllocSampleBuffer(int count) { zar::reserve_samples(m_Buffer, count); }
 
   /// Appends one sample: 0xD5 for 0.0, 0xAA for 1.0, 0x2A for -1.0.
@@ -43,12 +45,12 @@ public:
     m_Buffer.push_back(code);
   }
 
-  /// Reserves room for `count` samples more and fills it with zero bytes. Settled: the contents do not grow, the next
-  /// AppendSample() overwrites the zeros, and a zero is not silence (silence is 0xD5); to append silence, append 0.0.
+  /// Reserves capacity for `count` more samples and fills it with zero bytes. Settled: the content does not grow, the
+  /// next AppendSample() overwrites the zeros, and a zero byte is not silence (0xD5); to append silence, append 0.0.
   /// Throws std::length_error when the sum is above 2147483647, or negative.
   void AppendMuteSample(int count) { zar::append_mute(m_Buffer, count); }
 
-  /// Takes all samples away; the room stays reserved.
+  /// Removes all samples; the capacity stays reserved.
   void Clear() { m_Buffer.clear(); }
 
   /// @return The size of the samples in bytes.
@@ -58,12 +60,12 @@ public:
   const std::vector<unsigned char> &buffer() const { return m_Buffer; }
 
 private:
-  static const unsigned char *const s_codes; ///< by the sample's 16 bits
+  static const unsigned char *const s_codes; ///< indexed by the sample's 16 bits
 
   std::vector<unsigned char> m_Buffer;
 };
 
-/// G.711 mu-law, a byte a sample; as aLawSample where nothing else is said.
+/// G.711 mu-law, one byte per sample; like aLawSample unless stated otherwise.
 class ZAR_API uLawSample {
 public:
   uLawSample() = default;
@@ -83,7 +85,7 @@ public:
     m_Buffer.push_back(code);
   }
 
-  /// Settled as in aLawSample: the contents do not grow, and a zero is full scale and not silence (0xFF).
+  /// Settled as in aLawSample: the content does not grow, and a zero byte is full scale, not silence (0xFF).
   void AppendMuteSample(int count) { zar::append_mute(m_Buffer, count); }
 
   void Clear() { m_Buffer.clear(); }
@@ -96,7 +98,7 @@ private:
   std::vector<unsigned char> m_Buffer;
 };
 
-/// 16-bit linear samples in the byte order of the machine; as aLawSample where nothing else is said.
+/// 16-bit linear samples in native byte order; like aLawSample unless stated otherwise.
 class ZAR_API pcm16Sample {
 public:
   pcm16Sample() = default;
@@ -110,10 +112,10 @@ public:
 
   void AllocSampleBuffer(int count) { zar::reserve_samples(m_Buffer, count); }
 
-  /// Appends one sample, cut and not rounded: 16383 for 0.5, -32767 for -1.0.
+  /// Appends one sample, truncated and not rounded: 16383 for 0.5, -32767 for -1.0.
   void AppendSample(double value) { m_Buffer.push_back(zar::linear_sample(value)); }
 
-  /// Settled as in aLawSample: the contents do not grow.
+  /// Settled as in aLawSample: the content does not grow.
   void AppendMuteSample(int count) { zar::append_mute(m_Buffer, count); }
 
   void Clear() { m_Buffer.clear(); }
