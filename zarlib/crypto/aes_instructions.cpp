@@ -6,21 +6,21 @@
 #include <cpuid.h>
 #include <immintrin.h>
 
-// What a path calls is marked to align its stack: on 32-bit systems a caller may hand over one of 4 bytes.
+// Entry points realign their stack: on 32-bit systems a caller's may be aligned to only 4 bytes.
 
 namespace {
 
 using zar::aes_block;
 
-/// Registers of state that are worked on at once: enough to hide how long one instruction takes, with one left for the key.
+/// Registers of state in flight: enough to hide the instruction latency, leaving one for the key.
 constexpr size_t in_flight = sizeof(void *) == 8 ? 8 : 6;
-/// The same for wide registers. With more than four GCC 12 runs out of the registers of 32-bit systems and leaves states on the stack,
-/// which together with the cipher text give the key.
+/// The same for wide registers. With more than four, GCC 12 runs out of registers on 32-bit targets and spills states
+/// to the stack, which together with the cipher text reveal the key.
 constexpr size_t wide_in_flight = sizeof(void *) == 8 ? 8 : 4;
 
 enum class direction { encipher, decipher };
 
-/// The round keys as the instructions for deciphering take them (FIPS 197, the equivalent inverse cipher).
+/// The round keys as the deciphering instructions expect them (FIPS 197, the equivalent inverse cipher).
 class inverse_schedule {
 public:
   [[gnu::target("aes")]] inverse_schedule(const unsigned char *schedule, int rounds) {
@@ -39,7 +39,7 @@ private:
   unsigned char m_bytes[15 * aes_block];
 };
 
-// One register: a block.
+// One block per register.
 
 [[gnu::target("aes")]] inline __m128i load_128(const unsigned char *p) {
   return _mm_loadu_si128(reinterpret_cast<const __m128i_u *>(p));
@@ -55,8 +55,8 @@ template <direction way>
   return way == direction::encipher ? _mm_aesenclast_si128(state, key) : _mm_aesdeclast_si128(state, key);
 }
 
-/// Groups of `count` blocks. Never part of its caller: between both sizes of group GCC 12 runs out of the registers of 32-bit systems
-/// and leaves the last round key on the stack, which deciphering is the key itself.
+/// Runs groups of `count` blocks. Not inlined: with both group sizes in one function GCC 12 runs out of registers on
+/// 32-bit targets and spills the last round key, which when deciphering is the key itself.
 template <direction way, size_t count>
 [[gnu::target("aes"), gnu::noinline]] void run_groups_128(const unsigned char *keys, int rounds,
                                                           const unsigned char *in, unsigned char *out, size_t groups) {
@@ -84,7 +84,7 @@ run_128(const unsigned char *keys, int rounds, const unsigned char *in, unsigned
   run_groups_128<way, 1>(keys, rounds, in + grouped, out + grouped, blocks % in_flight);
 }
 
-// One register: two blocks.
+// Two blocks per register.
 
 [[gnu::target("avx2,vaes")]] inline __m256i key_256(const unsigned char *key) {
   return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i_u *>(key)));
@@ -119,11 +119,11 @@ run_256(const unsigned char *keys, int rounds, const unsigned char *in, unsigned
 #pragma GCC unroll 8
     for (size_t i = 0; i < wide_in_flight; ++i) _mm256_storeu_si256(to + i, last_round_256<way>(state[i], key));
   }
-  _mm256_zeroupper(); // the compiler leaves it out in front of a function that it knows; without it SSE code halves its speed
+  _mm256_zeroupper(); // the compiler omits it before a call to a known function; without it SSE code runs at half speed
   run_128<way>(keys, rounds, in, out, blocks);
 }
 
-// One register: four blocks.
+// Four blocks per register.
 
 [[gnu::target("avx512f,vaes")]] inline __m512i key_512(const unsigned char *key) {
   return _mm512_maskz_broadcast_i32x4(0xFFFF, _mm_loadu_si128(reinterpret_cast<const __m128i_u *>(key)));
@@ -156,7 +156,7 @@ run_512(const unsigned char *keys, int rounds, const unsigned char *in, unsigned
 #pragma GCC unroll 8
     for (size_t i = 0; i < wide_in_flight; ++i) _mm512_storeu_si512(out + i * 64, last_round_512<way>(state[i], key));
   }
-  _mm256_zeroupper(); // the compiler leaves it out in front of a function that it knows; without it SSE code halves its speed
+  _mm256_zeroupper(); // the compiler omits it before a call to a known function; without it SSE code runs at half speed
   run_128<way>(keys, rounds, in, out, blocks);
 }
 
@@ -170,14 +170,15 @@ template <run decipher>
   decipher(inverse.bytes(), rounds, in, out, blocks);
 }
 
-// The S-box comes by way of a last round: with equal columns the shift of the rows moves nothing, and the key is what is to be added.
+// The S-box comes from the last-round instruction: with equal columns ShiftRows has no effect, and the round key is
+// whatever is to be XORed in.
 
 [[gnu::target("aes")]] std::uint32_t substitute_word(std::uint32_t bytes) {
   const __m128i columns = _mm_shuffle_epi32(_mm_cvtsi32_si128(static_cast<int>(bytes)), 0);
   return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_aesenclast_si128(columns, _mm_setzero_si128())));
 }
 
-/// Four words at a time where the key is of whole registers.
+/// Four words at a time where the key fills whole registers.
 [[gnu::target("aes,ssse3"), gnu::force_align_arg_pointer]] void expand_key(unsigned char *schedule, int key_length,
                                                                            int schedule_size) {
   if (key_length == 24) return zar::expand_aes_key(schedule, key_length, schedule_size, substitute_word);
@@ -191,7 +192,7 @@ template <run decipher>
     words = _mm_xor_si128(words, _mm_slli_si128(words, 8));
     last = _mm_xor_si128(words, _mm_aesenclast_si128(columns, turned ? constant : _mm_setzero_si128()));
     _mm_storeu_si128(reinterpret_cast<__m128i_u *>(schedule + at), last);
-    // The eighth doubling leaves the byte; keys of 32 bytes do not come so far.
+    // The eighth doubling overflows the byte; 32-byte keys never get that far.
     if (turned) constant = at == 8 * key_length ? _mm_set1_epi32(0x1B) : _mm_slli_epi32(constant, 1);
   }
 }
@@ -203,7 +204,7 @@ constexpr zar::aes_path blocks_256 = {"VAES 256", expand_key, run_256<direction:
 constexpr zar::aes_path blocks_512 = {"VAES 512", expand_key, run_512<direction::encipher>,
                                       with_inverse_schedule<run_512<direction::decipher>>};
 
-/// Whether the processor has the vector form of the instructions; the compilers do not all know to ask for it by name.
+/// Whether the processor has VAES; not every compiler's __builtin_cpu_supports() knows the name.
 bool has_vector_aes() {
   unsigned a = 0, b = 0, c = 0, d = 0;
   return __get_cpuid_count(7, 0, &a, &b, &c, &d) != 0 && (c >> 9 & 1) != 0;

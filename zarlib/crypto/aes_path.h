@@ -1,4 +1,4 @@
-// The ways in which AES is computed. All give the same bytes; they differ in what they ask of the processor.
+// The implementations of AES. All give the same bytes; they differ in what they require of the processor.
 #pragma once
 
 #include <cstddef>
@@ -16,23 +16,23 @@ struct aes_path {
   /// @param key_length  16, 24 or 32, with a schedule of 176, 208 or 240 bytes.
   void (*expand_key)(unsigned char *schedule, int key_length, int schedule_size);
 
-  /// Encipher and decipher `blocks` whole blocks, each on its own. `out` may be `in`; else the two do not overlap.
+  /// Encipher and decipher `blocks` whole blocks, each on its own. `out` may be `in`; otherwise they must not overlap.
   void (*encipher)(const unsigned char *schedule, int rounds, const unsigned char *in, unsigned char *out,
                    size_t blocks);
   void (*decipher)(const unsigned char *schedule, int rounds, const unsigned char *in, unsigned char *out,
                    size_t blocks);
 };
 
-/// Runs everywhere, by shifts and logic only.
+/// Runs everywhere, with shifts and logic only.
 extern const aes_path portable_aes_path;
 
-/// @return The ways that this processor can go, the fastest first, the portable one last.
+/// @return The implementations that this processor supports, fastest first, the portable one last.
 std::vector<const aes_path *> aes_paths();
 
-/// @return The first of aes_paths(); it is chosen once.
+/// @return The first of aes_paths(), chosen once.
 const aes_path &fastest_aes_path();
 
-/// Four bytes as a word, the first one lowest.
+/// Four bytes as a little-endian word.
 inline std::uint32_t read_word(const unsigned char *p) {
   return std::uint32_t{p[0]} | std::uint32_t{p[1]} << 8 | std::uint32_t{p[2]} << 16 | std::uint32_t{p[3]} << 24;
 }
@@ -41,7 +41,7 @@ inline void write_word(unsigned char *p, std::uint32_t word) {
   for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>(word >> 8 * i);
 }
 
-/// The key expansion of FIPS 197, given a way to substitute the four bytes of a word.
+/// The key expansion of FIPS 197; `substitute` applies the S-box to the four bytes of a word.
 template <class SubstituteWord>
 void expand_aes_key(unsigned char *schedule, int key_length, int schedule_size, SubstituteWord substitute) {
   std::uint32_t last = read_word(schedule + key_length - 4), round_constant = 1;

@@ -5,24 +5,24 @@
 #include <cstdint>
 #include <cstring>
 
-// AES without tables and branches. The bits of several blocks are brought together by their place in the byte, as E. Kaesper
-// and P. Schwabe do ("Faster and Timing-Attack Resistant AES-GCM", 2009), in the layout that T. Pornin chose for words of 64
-// bits: word i holds bit i of every byte of four blocks, 16 bits to each row of the state, 4 bits to each column, one bit to
-// each block. The S-box is the circuit of J. Boyar and R. Peralta ("A Small Depth-16 Circuit for the AES S-Box", 2012).
+// AES without tables or branches, bit-sliced over several blocks after E. Kaesper and P. Schwabe ("Faster and
+// Timing-Attack Resistant AES-GCM", 2009), in T. Pornin's layout for 64-bit words: word i holds bit i of every byte of
+// four blocks, with 16 bits per row of the state, 4 bits per column, 1 bit per block. The S-box is the circuit of J.
+// Boyar and R. Peralta ("A Small Depth-16 Circuit for the AES S-Box", 2012).
 
 namespace {
 
 using zar::aes_block;
 using word = std::uint64_t;
 
-/// What is worked on at once: two words side by side where every processor of the target has such registers.
+/// The unit of work: two words side by side where every processor of the target has such registers.
 #if defined(__SSE2__)
 using wide_word = word __attribute__((vector_size(16)));
 #else
 using wide_word = word;
 #endif
 
-/// Eight words, one for each bit of a byte.
+/// Eight words, one per bit of a byte.
 template <class W>
 struct bits {
   W at[8];
@@ -39,7 +39,7 @@ void exchange(W &a, W &b, word mask, int shift) {
   b ^= moved;
 }
 
-/// From eight words of bytes to eight words of equal bits; doing it twice does nothing.
+/// Converts between eight words of bytes and eight bit slices; it is its own inverse.
 template <class W>
 void transpose(bits<W> &q) {
   for (int i = 0; i < 8; i += 2) exchange(q.at[i], q.at[i + 1], 0x5555555555555555, 1);
@@ -47,7 +47,7 @@ void transpose(bits<W> &q) {
   for (int i = 0; i < 4; ++i) exchange(q.at[i], q.at[i + 4], 0x0F0F0F0F0F0F0F0F, 4);
 }
 
-/// Spreads the four bytes of the low half to the even bytes of the two halves, and back.
+/// spread() moves the four bytes of the low half to the even bytes of both halves; gather() undoes it.
 template <class W>
 W spread(W column) {
   column = (column | column << 16) & 0x0000FFFF0000FFFF;
@@ -59,7 +59,7 @@ W gather(W column) {
   return (column | column >> 16) & 0x00000000FFFFFFFF;
 }
 
-/// Column `column` of block `block` of each word, little-endian in the low half of it.
+/// Column `column` of block `block` of each word, little-endian in its low half.
 template <class W>
 W read_column(const unsigned char *in, size_t block, size_t column) {
   word words[words_in<W>];
@@ -102,19 +102,19 @@ void write_blocks(bits<W> q, unsigned char *out) {
   }
 }
 
-/// The names are the paper's: u and s are input and output from the highest bit down.
+/// Names as in the paper: u and s are input and output, highest bit first.
 template <class W>
 void substitute(bits<W> &q) {
   const W u0 = q.at[7], u1 = q.at[6], u2 = q.at[5], u3 = q.at[4], u4 = q.at[3], u5 = q.at[2], u6 = q.at[1],
           u7 = q.at[0];
-  // Into the tower of fields.
+  // Into the tower field.
   const W y14 = u3 ^ u5, y13 = u0 ^ u6, y9 = u0 ^ u3, y8 = u0 ^ u5, t0 = u1 ^ u2, y1 = t0 ^ u7, y4 = y1 ^ u3,
           y12 = y13 ^ y14;
   const W y2 = y1 ^ u0, y5 = y1 ^ u6, y3 = y5 ^ y8, t1 = u4 ^ y12, y15 = t1 ^ u5, y20 = t1 ^ u1, y6 = y15 ^ u7,
           y10 = y15 ^ t0;
   const W y11 = y20 ^ y9, y7 = u7 ^ y11, y17 = y10 ^ y11, y19 = y10 ^ y8, y16 = t0 ^ y11, y21 = y13 ^ y16,
           y18 = u0 ^ y16;
-  // The inverse in it.
+  // Inversion there.
   const W t2 = y12 & y15, t4 = (y3 & y6) ^ t2, t6 = (y4 & u7) ^ t2, t7 = y13 & y16, t9 = (y5 & y1) ^ t7,
           t11 = (y2 & y7) ^ t7;
   const W t12 = y9 & y11, t14 = (y14 & y17) ^ t12, t16 = (y8 & y10) ^ t12;
@@ -127,7 +127,7 @@ void substitute(bits<W> &q) {
   const W z7 = t45 & y17, z8 = t41 & y10, z9 = t44 & y12, z10 = t37 & y3, z11 = t33 & y4, z12 = t43 & y13,
           z13 = t40 & y5;
   const W z14 = t29 & y2, z15 = t42 & y9, z16 = t45 & y14, z17 = t41 & y8;
-  // And out again, through the affine map of the standard.
+  // Back out, through the affine map of the standard.
   const W t46 = z15 ^ z16, t48 = z5 ^ z13, t53 = z0 ^ z3, t54 = z6 ^ z7, t57 = z2 ^ z12 ^ t53, t58 = z4 ^ t46,
           t59 = z3 ^ t54;
   const W t60 = t46 ^ t57, t62 = z7 ^ z8 ^ t58, t63 = z9 ^ z10 ^ t58, t64 = z4 ^ t59, t65 = z14 ^ t57 ^ t62,
@@ -151,7 +151,8 @@ void undo_affine_map(bits<W> &q) {
   for (int i = 0; i < 8; ++i) q.at[i] = n.at[(i + 2) % 8] ^ n.at[(i + 5) % 8] ^ n.at[(i + 7) % 8];
 }
 
-/// The S-box is an inverse and the affine map; undone in turn around a second S-box, which inverts again, both vanish.
+/// The S-box is field inversion followed by the affine map; inversion is its own inverse, so undoing the map before and
+/// after another S-box gives the inverse S-box.
 template <class W>
 void substitute_back(bits<W> &q) {
   undo_affine_map(q);
@@ -159,7 +160,7 @@ void substitute_back(bits<W> &q) {
   undo_affine_map(q);
 }
 
-/// Turns rows 2 and 3 by two columns, then rows 1 and 3 by `one` bits of their 16.
+/// Rotates rows 2 and 3 by two columns, then rows 1 and 3 by `one` bits of their 16.
 template <class W>
 void shift_rows(bits<W> &q, int one) {
   const word stay = 0xFFFF >> one, odd = 0x0001000000010000;
@@ -174,14 +175,14 @@ W turn(W w, int bits) {
   return w >> bits | w << (64 - bits);
 }
 
-/// Each byte times 2 in the field of the standard.
+/// Multiplies each byte by 2 in the field of the standard.
 template <class W>
 bits<W> twice(const bits<W> &q) {
   const W high = q.at[7];
   return {{high, q.at[0] ^ high, q.at[1], q.at[2] ^ high, q.at[3] ^ high, q.at[4], q.at[5], q.at[6]}};
 }
 
-/// A byte a of a column becomes 2a + 3b + c + d, where b, c, d stand below it: 2(a + b) + b + (c + d).
+/// A byte a of a column becomes 2a + 3b + c + d, where b, c, d are the bytes below it: 2(a + b) + b + (c + d).
 template <class W>
 void mix_columns(bits<W> &q) {
   bits<W> below, both;
@@ -193,7 +194,7 @@ void mix_columns(bits<W> &q) {
   for (int i = 0; i < 8; ++i) q.at[i] = doubled.at[i] ^ below.at[i] ^ turn(both.at[i], 32);
 }
 
-/// The inverse is the same map behind another: a becomes a + 4(a + c).
+/// The inverse is the same map preceded by another: a becomes a + 4(a + c).
 template <class W>
 void mix_columns_back(bits<W> &q) {
   bits<W> sum;
@@ -210,7 +211,7 @@ void add_key(bits<W> &q, const bits<W> &key) {
 
 constexpr int most_round_keys = 15;
 
-/// The round keys, each once for every block that is worked on.
+/// The round keys, each replicated for every block processed at once.
 template <class W>
 class round_keys {
 public:
@@ -254,7 +255,7 @@ void decipher_state(bits<W> &q, const round_keys<W> &keys, int rounds) {
   add_key(q, keys[0]);
 }
 
-/// Takes the blocks in groups; the last group is filled up.
+/// Processes the blocks in groups; the last group is padded.
 template <void (*cipher)(bits<wide_word> &, const round_keys<wide_word> &, int)>
 [[gnu::flatten, gnu::noinline]] void for_all(const unsigned char *schedule, int rounds, const unsigned char *in,
                                              unsigned char *out, size_t blocks) {
@@ -275,8 +276,8 @@ template <void (*cipher)(bits<wide_word> &, const round_keys<wide_word> &, int)>
   }
 }
 
-/// Zeros over what for_all() has left of its up to 3.7 KiB on the stack: states that found no register, of which those before the last
-/// key give bits of it.
+/// Zeroes the up to 3.7 KiB of stack that for_all() leaves behind: spilled states, of which those before the last key
+/// addition reveal bits of that key.
 [[gnu::noinline]] void wipe_left_stack() {
   unsigned char left[4096];
   zar::wipe(left, sizeof left);
@@ -289,7 +290,7 @@ void for_all_tracelessly(const unsigned char *schedule, int rounds, const unsign
   wipe_left_stack();
 }
 
-/// The S-box on four bytes: as the first column of a state of its own.
+/// The S-box on four bytes, as the first column of an otherwise empty state.
 [[gnu::flatten]] std::uint32_t substitute_word(std::uint32_t bytes) {
   bits<word> q = {{bytes}};
   transpose(q);

@@ -1,4 +1,4 @@
-// The key of those who give none. It is no secret: everyone who has the library has it.
+// The key used when none is given. It is no secret: everyone who has the library has it.
 #pragma once
 
 namespace zar {

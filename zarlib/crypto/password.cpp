@@ -14,10 +14,10 @@ namespace {
 
 using bytes = std::vector<unsigned char>;
 
-/// The whole blocks that an int can count.
+/// The most bytes in whole blocks that an int can count.
 constexpr size_t most_bytes = INT_MAX / zar::aes_block * zar::aes_block;
 
-/// What this key sets up never changes, so the compiler does it.
+/// The state for the default key is constant, so it is computed at compile time.
 constexpr zar::rc4 default_stream(zar::default_key, zar::default_key_length);
 
 void run_stream(unsigned char *data, size_t size, const unsigned char *key, int key_length) {
@@ -44,7 +44,7 @@ std::string seal_text(const std::string &plain, const unsigned char *key, int ke
 std::string open_text(const std::string &text, const unsigned char *key, int key_length) {
   bytes opened = zarBase642Bin(text);
   if (opened.size() > most_bytes) return {};
-  // Settled, callers rely on it: what cannot be an envelope comes back as it was decoded.
+  // Settled, callers rely on it: what cannot be an envelope is returned as decoded.
   if (opened.size() % zar::aes_block == 0) opened = pswDecryptEx(opened.data(), length(opened), key, key_length);
   std::string plain(opened.begin(), std::find(opened.begin(), opened.end(), 0));
   zar::wipe(opened.data(), opened.size());
@@ -70,7 +70,7 @@ bytes pswEncryptEx(unsigned char *data, int size, const unsigned char *key, int 
 }
 
 bytes pswDecryptEx(unsigned char *data, int size, const unsigned char *key, int keyLength) {
-  // Settled, callers rely on it: the stream is taken off in place, in the caller's buffer.
+  // Settled, callers rely on it: the RC4 stream is removed in place, in the caller's buffer.
   run_stream(data, static_cast<size_t>(std::max(size, 0)), key, keyLength);
   return aesEncrypt(key, keyLength).Decrypt(data, size, PaddingZeros);
 }

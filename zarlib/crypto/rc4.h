@@ -1,6 +1,6 @@
-// RC4, as published in 1994, with nothing dropped from the start of its stream.
+// RC4, as published in 1994, without dropping the start of its stream.
 //
-// It is broken as a cipher and stands here for the envelope of stored passwords alone.
+// It is broken as a cipher; only the envelope of stored passwords uses it.
 #pragma once
 
 #include <array>
@@ -8,7 +8,8 @@
 
 namespace zar {
 
-/// A stream with its place in it. Trivially destroyed, so that one can be a constant: who gives it a secret key wipes it.
+/// A key stream and the position in it. Trivially destructible, so that one can be constexpr: whoever gives it a
+/// secret key wipes it.
 class rc4 {
 public:
   /// REQUIRES: `length` above 0.
@@ -23,7 +24,7 @@ public:
     }
   }
 
-  /// Combines `size` bytes with the stream, and goes on in it; the same stream from its start takes that back.
+  /// XORs `size` bytes with the next ones of the stream; the same stream from its start undoes that.
   void apply(unsigned char *data, size_t size) {
     unsigned i = m_i, j = m_j;
     for (size_t at = 0; at < size; ++at) {
