@@ -12,7 +12,7 @@ constexpr size_t buffer_size = 64 * 1024;
 } // namespace
 
 chFileStdio::chFileStdio(std::FILE *stream) : m_stream(stream) {
-  // From here on bytes go past the stream's own buffer.
+  // From here on bytes bypass the stream's own buffer.
   if (stream) std::fflush(stream);
 }
 

@@ -25,7 +25,7 @@ int compare(std::string_view a, std::string_view b, bool case_sensitive) {
 
 constexpr char32_t replacement = 0xFFFD;
 
-/// The code point at `at`, which moves behind it; a byte that starts none counts as the replacement character.
+/// Decodes the code point at `at` and moves `at` past it; a byte that starts none counts as the replacement character.
 char32_t decode_utf8(std::string_view text, size_t &at) {
   const auto lead = static_cast<unsigned char>(text[at++]);
   if (lead < 0x80) return lead;
@@ -192,7 +192,7 @@ int format_string_v(std::string &text, const char *format, va_list args) {
   } else if (static_cast<size_t>(length) < sizeof small) {
     text.assign(small, static_cast<size_t>(length));
   } else {
-    // Apart from `text`, which the arguments may point into.
+    // Not into `text` directly, as the arguments may point into it.
     std::string result(static_cast<size_t>(length), '\0');
     std::vsnprintf(result.data(), result.size() + 1, format, again);
     text = std::move(result);
@@ -211,7 +211,7 @@ std::string format_astring(const char *format, ...) {
 }
 
 int string_to_int(const std::string &text) {
-  // strtol answers the nearest long; where that is wider than int, the nearest int is taken here.
+  // strtol saturates to long; where that is wider than int, saturate to int.
   const long value = std::strtol(text.c_str(), nullptr, 10);
   return static_cast<int>(std::clamp<long>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
