@@ -11,7 +11,7 @@
 
 namespace {
 
-// "[W:] M:..." : a letter's tag and a blank, then the letter of a module tag.
+// "[W:] " of "[W:] M:...": a one-letter tag and a blank, before a module tag.
 constexpr size_t tag_length = 5;
 
 bool starts_with_tag(const std::string &text) {
@@ -77,7 +77,7 @@ void zarOutputWarningString(const char *format, ...) {
   const std::string line = qx::format_astring("[W:] %u.%.6d (%d:%d) ", static_cast<unsigned>(now.seconds),
                                               now.microseconds, static_cast<int>(zar::platform::current_process_id()),
                                               static_cast<int>(zar::platform::current_thread_id()));
-  // Cut at a first NUL, as all that passes through here is.
+  // Ends at the first NUL, as every line written here does.
   consoleWriteString(true, line + message.c_str());
 }
 
@@ -88,7 +88,7 @@ int chVsprintf(char *buffer, int size, const char *format, va_list args) {
 int chVsprintf(wchar_t *buffer, int size, const wchar_t *format, va_list args) {
   if (size <= 0) return -1;
   const int length = std::vswprintf(buffer, static_cast<size_t>(size), format, args);
-  // Run-time libraries differ in what they answer, and leave, when the text does not fit.
+  // Run-time libraries differ in what they return, and leave in the buffer, if the text does not fit.
   if (length >= 0 && length < size) return length;
   buffer[size - 1] = 0;
   return -1;

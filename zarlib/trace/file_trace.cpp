@@ -12,10 +12,10 @@
 
 namespace {
 
-/// File numbers are ints that wrap, whatever a caller gave as the number of files.
+/// File numbers are ints that wrap, whatever number of files was set.
 int number(long long value) { return static_cast<int>(value); }
 
-/// Sizes stop at the largest int: a limit beyond it still means a large file, and a count never turns small again.
+/// Sizes saturate at the int limits: a larger limit still means a large file, and a count never wraps to a small one.
 int size(long long value) {
   return static_cast<int>(
       std::clamp<long long>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
@@ -23,7 +23,7 @@ int size(long long value) {
 
 } // namespace
 
-// Settled, callers rely on it: the executable's name comes with its whole path.
+// Settled, callers rely on it: the executable's name comes with its full path.
 chFileTrace::chFileTrace()
     : m_baseName(zarGetAppDataRootPath() + "/log/" + zarGetExeFileName()), m_nMaxSize(400 * 1024), m_nMaxFiles(5),
       m_nCurrentIndex(0), m_nCurrentSize(0) {}
@@ -90,8 +90,7 @@ int chFileTrace::WriteLogLine(const char *prefix, const std::string &line) {
 
 int chFileTrace::WriteLogLineRaw(const char *prefix, const std::string &line) {
   if (!m_file.data().IsFileOpened()) {
-    // Settled, callers rely on it: here, unlike in WriteLogLine(), the size counts of a file that could not be opened
-    // too.
+    // Settled, callers rely on it: unlike in WriteLogLine(), the file is measured even if it could not be opened.
     OpenCurrentFile();
     MeasureCurrentFile();
   }
@@ -135,5 +134,5 @@ void chFileTrace::WriteRecord(std::string_view prefix, std::string_view line) {
   CountLine(prefix.size() + line.size());
 }
 
-// Settled, callers rely on it: the two bytes of the line end do not count, and a failed write does.
+// Settled, callers rely on it: the two bytes of the line end are not counted, but a failed write is.
 void chFileTrace::CountLine(size_t bytes) { m_nCurrentSize = size(m_nCurrentSize + static_cast<long long>(bytes)); }

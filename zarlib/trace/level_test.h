@@ -1,8 +1,8 @@
-// The test in front of every trace line, made where the line stands.
+// The level check of every trace line, inlined at the call site.
 //
-// With GCC and optimisation the functions of trace.h that take a format become, at the place of the call, a comparison with the level
-// in force and a call of the exported function: a line that will not be written costs two loads. The exported functions
-// make the same test, so other compilers lose nothing but a nanosecond. trace.h includes this header; there is no need to.
+// With GCC and optimisation, the functions of trace.h that take a format expand at the call site to a comparison with
+// the level in force and a call of the exported function: a line that will not be written costs two loads. The exported
+// functions repeat the check, so other compilers lose only a nanosecond. trace.h includes this header; users need not.
 #pragma once
 
 #include "zarlib/export.h"
@@ -10,18 +10,18 @@
 
 #include <atomic>
 
-/// The library's own business: whether a line's level is above the level in force, as far as that can be told without asking.
+/// Internal: whether a line's level is above the level in force, as far as that is known without calling the library.
 class ZAR_API zarTraceLevelTest {
 public:
 #if defined(__GNUC__)
-  /// @return Whether the line will certainly not be written. false also where only the library can tell: before the first line
-  ///         of the process, and while the system's option decides.
+  /// @return True if the line will certainly not be written. False also if only the library can tell: before the first
+  ///         line of the process, and while the system option decides.
   static bool fails(int level) {
     const int own = own_level();
     return level > own && own != -1;
   }
 
-  /// @return The level of the process; -1 where only the library can tell the level in force.
+  /// @return The level of the process; -1 if only the library can tell the level in force.
   static int own_level() { return __atomic_load_n(&s_option.load(std::memory_order_acquire)->level, __ATOMIC_RELAXED); }
 #endif
 
@@ -34,7 +34,7 @@ private:
 
 namespace zar {
 
-// The exported functions under second names, for the calls behind the test.
+// Aliases of the exported functions, for calls that have passed the check.
 ZAR_API void written_trace(int level, const char *format, ...) __asm__("_Z8zarTraceiPKcz") ZAR_PRINTF(2, 3);
 ZAR_API void written_module_trace(int level, const char *module, const char *format,
                                   ...) __asm__("_Z14zarModuleTraceiPKcS0_z") ZAR_PRINTF(3, 4);

@@ -29,12 +29,12 @@ constexpr auto digit_pairs = [] {
 constexpr unsigned powers_of_ten[] = {0, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000};
 
 int digits_of(unsigned value) {
-  // 1233 / 4096 is the logarithm of 2 to the base of 10, near enough for 32 bits.
+  // 1233 / 4096 approximates the decimal logarithm of 2 closely enough for 32 bits.
   const int least = std::bit_width(value | 1) * 1233 >> 12;
   return least + (value >= powers_of_ten[least] ? 1 : 0);
 }
 
-/// Writes characters one behind the other; a line is too frequent for a format to be read each time.
+/// Writes characters in sequence; lines are too frequent to parse a format string each time.
 class writer {
 public:
   explicit writer(char *at) : m_at(at) {}
@@ -50,7 +50,7 @@ public:
     return *this;
   }
 
-  /// The usual ones, without a call.
+  /// The common types, without a call.
   writer &number(unsigned value) {
     char *at = m_at += digits_of(value);
     for (; value >= 100; value /= 100) copy_pair(at -= 2, value % 100);
@@ -65,7 +65,7 @@ public:
     return number(value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value));
   }
 
-  /// A number below 100 by two digits.
+  /// A number below 100 as two digits.
   writer &pair(unsigned value) {
     copy_pair(m_at, value);
     m_at += 2;
@@ -80,7 +80,7 @@ private:
   char *m_at;
 };
 
-/// What the prefixes of a thread have in common until a millisecond of the wall clock or a second of the other one is over.
+/// The part of the prefix that a thread's lines share within a millisecond of the wall clock and a second since boot.
 struct common_words {
   static constexpr size_t most_bytes = 64;
 
@@ -105,14 +105,14 @@ struct common_words {
   }
 
   long long wall_milliseconds, boot_seconds;
-  unsigned long process; ///< a forked child is another one
+  unsigned long process; ///< a forked child has another
   size_t size;
   char text[most_bytes]; ///< "+process:thread] MM-DD hh:mm:ss.mmm seconds."
 };
 
 thread_local constinit common_words t_common = {};
 
-/// A started list that functions can take from in turn.
+/// A copy of a started va_list that several functions can consume in turn.
 struct argument_list {
   explicit argument_list(va_list started) { va_copy(list, started); }
   argument_list(const argument_list &) = delete;
@@ -129,7 +129,7 @@ void append_number(line_text &line, Number value) {
 
 constexpr int step = 64;
 
-/// Appends up to a step of a text. Most texts of a line are short and are copied as they are read. @return Where it stopped.
+/// Appends at most `step` bytes of a text, copying as it scans, since most texts are short. @return Where it stopped.
 template <class IsEnd>
 const char *append_step(line_text &line, const char *text, IsEnd is_end) {
   char *at = line.room(step), *const limit = at + step;
@@ -143,7 +143,7 @@ void append_text(line_text &line, const char *text) {
   if (*text) line.append(text);
 }
 
-/// Appends what stands in front of the next conversion. @return Where that conversion is, or the end.
+/// Appends the literal text before the next conversion. @return The conversion, or the end.
 const char *append_literal(line_text &line, const char *text) {
   constexpr auto is_end = [](char c) { return c == 0 || c == '%'; };
   do text = append_step(line, text, is_end);
@@ -151,7 +151,7 @@ const char *append_literal(line_text &line, const char *text) {
   return text;
 }
 
-/// Appends one plain conversion, whose text starts behind the per cent sign, and moves behind it. @return Whether it was one.
+/// Appends the plain conversion that follows a per cent sign and advances past it. @return Whether it was plain.
 bool append_plain(line_text &line, const char *&conversion, argument_list &args) {
   const char *at = conversion;
   int longs = 0;
@@ -183,14 +183,14 @@ bool append_plain(line_text &line, const char *&conversion, argument_list &args)
   return true;
 }
 
-/// @return Whether the format could be used.
+/// @return Whether vsnprintf() accepted the format.
 bool append_by_library(line_text &line, const char *format, va_list args) {
   constexpr size_t usual_size = 128;
   argument_list again(args);
   const int length = std::vsnprintf(line.room(usual_size), usual_size, format, args);
   if (length < 0) return false;
   const auto size = static_cast<size_t>(length);
-  // The room for the terminating NUL is not part of the line.
+  // The terminating NUL needs room but is not part of the line.
   if (size >= usual_size) std::vsnprintf(line.room(size + 1), size + 1, format, again.list);
   line.end_at(line.room(0) + size);
   return true;
@@ -221,7 +221,7 @@ void line_text::grow(size_t bytes) {
   }
   constexpr size_t fraction = 7;
   char *const at = line.room(common_words::most_bytes + fraction);
-  std::memcpy(at, t_common.text, common_words::most_bytes); // of a fixed length, and so without a call
+  std::memcpy(at, t_common.text, common_words::most_bytes); // fixed length, hence no call
   writer out(at + t_common.size);
   const auto microseconds = static_cast<unsigned>(now.boot.microseconds);
   out.pair(microseconds / 10000).pair(microseconds / 100 % 100).pair(microseconds % 100).put(' ');

@@ -1,4 +1,4 @@
-// The text of a trace line: its prefix, and what is formatted behind it.
+// The text of a trace line: the prefix and the formatted message.
 #pragma once
 
 #include <cstdarg>
@@ -9,7 +9,7 @@
 
 namespace zar {
 
-/// A line under construction. Usual ones lie in the object itself, so they cost no allocation.
+/// A line under construction. Lines of usual length fit in the object itself and cost no allocation.
 class line_text {
 public:
   line_text() = default;
@@ -29,14 +29,14 @@ public:
     ++m_end;
   }
 
-  /// @return The end, with room for so many bytes behind it; end_at() tells how far they were used.
+  /// @return The end of the line, with room for `bytes` more; end_at() sets the new end once they are written.
   char *room(size_t bytes) {
     if (static_cast<size_t>(m_limit - m_end) < bytes) grow(bytes);
     return m_end;
   }
   void end_at(char *end) { m_end = end; }
 
-  /// Cuts the line back to a length that it had.
+  /// Truncates the line to an earlier length.
   void shrink(size_t size) { m_end = m_start + size; }
 
 private:
@@ -50,9 +50,9 @@ private:
 /// Appends "[module+process:thread] MM-DD hh:mm:ss.mmm seconds.microseconds ". A null or empty module is "D:Who?".
 void append_line_prefix(line_text &line, const char *module);
 
-/// Appends a text of any length formatted as vsnprintf() does, and nothing when that fails.
-/// %d, %i and %u, with l and ll too, %s and %c without flags, width or precision are done here, several times as fast; from the
-/// first other conversion on the run-time library does the rest.
+/// Appends a text of any length, formatted as by vsnprintf(); nothing if that fails. %d, %i and %u (also with l and
+/// ll), %s and %c without flags, width or precision are formatted here, several times faster; from the first other
+/// conversion on, the run-time library does the rest.
 void append_formatted(line_text &line, const char *format, va_list args);
 
 } // namespace zar

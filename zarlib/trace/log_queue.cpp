@@ -20,8 +20,8 @@ namespace {
 
 constexpr int longest_wait = 10 * 24 * 60 * 60 * 1000;
 
-/// Producers push onto a chain whose newest record comes first. A consumer takes that chain as a whole, turns it round and adds it to
-/// the records that are ready.
+/// Producers push onto a lock-free chain, newest record first. A consumer detaches the whole chain, reverses it and
+/// appends it to the ready records.
 class log_queue {
 public:
   void put(TraceNode &record) {
@@ -31,7 +31,7 @@ public:
     if (m_asleep.load(std::memory_order_seq_cst) > 0) wake_one();
   }
 
-  /// @return The oldest record, null where there is none.
+  /// @return The oldest record, or null if there is none.
   TraceNode *take_one(int &left) {
     const std::lock_guard hold(m_taking);
     make_ready();
@@ -41,7 +41,7 @@ public:
     return record;
   }
 
-  /// Replaces what is in the list; its places are used again.
+  /// Replaces the contents of the list, reusing its nodes.
   void take_all(std::list<TraceNode *> &nodes) {
     const std::lock_guard hold(m_taking);
     make_ready();
@@ -54,7 +54,7 @@ public:
     }
   }
 
-  /// Sleeps, unless there is a record. A producer that finds nobody asleep has pushed before this looks at the records.
+  /// Sleeps unless there is a record. A producer that sees no sleeper has pushed before this checks for records.
   void wait(int milliseconds) {
     std::unique_lock taking(m_taking);
     std::unique_lock sleeping(m_sleeping);
@@ -68,7 +68,7 @@ public:
   }
 
 private:
-  /// REQUIRES, as the next one: m_taking is held.
+  /// REQUIRES, like drop_oldest(): m_taking is held.
   void make_ready() {
     TraceNode *const newest = m_newest.exchange(nullptr, std::memory_order_acquire);
     if (!newest) return;
@@ -100,11 +100,11 @@ private:
     m_wake.notify_one();
   }
 
-  // What producers touch stands apart from what is the consumers' own.
+  // What producers touch is kept on other cache lines than the consumers' own data.
   alignas(64) std::atomic<TraceNode *> m_newest{nullptr};
-  std::atomic<int> m_asleep{0}; ///< sleepers that no producer has woken yet; changed under m_sleeping
+  std::atomic<int> m_asleep{0}; ///< sleepers not yet woken by a producer; changed under m_sleeping
   int m_sleepers = 0;
-  std::mutex m_sleeping; ///< held for a handful of instructions only, so a producer may take it
+  std::mutex m_sleeping; ///< held only for a few instructions, so a producer may take it
 
   alignas(64) std::mutex m_taking; ///< guards the four below; taken before m_sleeping
   TraceNode *m_oldest = nullptr, *m_last = nullptr;
@@ -113,7 +113,7 @@ private:
   std::condition_variable m_wake;
 };
 
-/// Never destroyed: static destructors make and take records too.
+/// Never destroyed: static destructors add and take records too.
 struct facility {
   spare_records spare;
   log_queue queue;
@@ -123,7 +123,7 @@ struct facility {
     return made;
   }
 
-  /// Puts a record of this moment and this thread into the queue; `fill_texts` gives it its texts.
+  /// Adds a record with the current time and thread to the queue; `fill_texts` sets its texts.
   template <class Filler>
   void put(char letter, int number, Filler fill_texts) {
     const unsigned long thread = zarGetCurrentThreadId();
@@ -170,7 +170,7 @@ int qxGetLog(TraceNode &node) {
   if (!record) return left;
   // Settled, callers rely on it: a text ends at its first NUL here, and nowhere else.
   for (std::string *const text : {&record->module, &record->text}) text->resize(std::strlen(text->c_str()));
-  std::swap(node, *record); // a copy could fail, and the record is out of the queue
+  std::swap(node, *record); // a copy could fail, and the record has left the queue
   record->thread = node.thread;
   log.spare.give_back(*record);
   return left;
@@ -187,7 +187,7 @@ int qxGetLog(std::list<TraceNode *> &nodes, int milliseconds) {
   return static_cast<int>(nodes.size());
 }
 
-// Settled, callers rely on it: nothing reads what this would switch on.
+// Settled, callers rely on it: there is nothing to switch on.
 void qxEnableDebugOutput() {}
 
 void zarEncryptTrace(int level, int number, const char *module, const char *format, ...) {

@@ -1,20 +1,20 @@
-// Log records in memory: any thread puts them in, the application takes them out and does with them what it likes.
+// Log records in memory: any thread adds them, and the application takes them out and does with them as it likes.
 //
 //     qxTrace('W', "M:net", "slow answer", port);              // any thread
 //     zarEncryptTrace(3, port, "M:net", "lost %s", name);      // the same with a format: letter E
 //
 //     std::list<TraceNode *> batch;                            // the application's own thread
 //     while (running) {
-//       qxGetLog(batch, 500);                                  // waits for records, frees the batch before
+//       qxGetLog(batch, 500);                                  // waits for records, frees the previous batch
 //       for (const TraceNode *record : batch) store(*record);
 //     }
-//     qxGetLog(batch, 0);                                      // what came last; qxGetLog() again, or the caller, frees it
+//     qxGetLog(batch, 0);                                      // the last ones; freed by the next call or the caller
 //
-// This is apart from trace.h: no level is tested here, no output written, no line made. There is one queue in a process, which
-// serves until the process has ended; what nobody has taken by then is lost. It has no limit: records that nobody takes pile up.
+// Independent of trace.h: no level is checked, no output written, no line formatted. The process has one queue, usable
+// until the process ends; records not taken by then are lost. It is unbounded: records that nobody takes accumulate.
 //
-// Any thread may call any function. A producer never waits for a consumer: putting a record in is one compare-and-swap, and where a
-// consumer waits also what it takes to wake it. Consumers wait for each other.
+// Any thread may call any function. A producer never waits for a consumer: adding a record is one compare-and-swap,
+// plus a wake-up if a consumer is waiting. Consumers are serialised.
 #pragma once
 
 #include "zarlib/export.h"
@@ -23,41 +23,40 @@
 #include <list>
 #include <string>
 
-/// A log record. One that came by pointer belongs to whoever holds it, and goes with `delete`.
+/// A log record. One received by pointer is owned by its holder, who frees it with `delete`.
 struct TraceNode {
-  int number = 0; ///< the producer's own; never negative
-  unsigned long long sequence =
-      0; ///< its place among all records of the process: 1, 2, 3 and so on, in the order of the queue
+  int number = 0;                  ///< the producer's own number; never negative
+  unsigned long long sequence = 0; ///< its position among all records of the process: 1, 2, 3 and so on, in queue order
   char letter = 0;
-  std::string module; ///< who speaks
+  std::string module; ///< the source of the message
   std::string text;
-  SYSTEMTIME time = {}; ///< local, when the record was made
+  SYSTEMTIME time = {}; ///< local time at which the record was made
   unsigned long thread = 0;
 };
 
-/// Puts a record of this moment and this thread into the queue, and wakes one consumer that waits.
-/// @param letter  By convention E, W, N, D, T or I, as zarEncryptTrace() gives them.
-/// @param number  Below 0 it is stored as 0.
+/// Adds a record with the current time and thread to the queue, and wakes one waiting consumer.
+/// @param letter  By convention E, W, N, D, T or I, as zarEncryptTrace() sets them.
+/// @param number  Stored as 0 if below 0.
 ZAR_API void qxTrace(char letter, const std::string &module, const std::string &text, int number);
 
-/// Takes the oldest record. Never waits for one.
-/// @param node  Receives it, each text up to its first NUL; left as it is when the queue is empty.
-/// @return How many records are left; -1 when the queue was empty.
+/// Takes the oldest record. Never waits for one to arrive.
+/// @param node  Receives it, each text up to its first NUL; unchanged if the queue is empty.
+/// @return The number of records left; -1 if the queue was empty.
 ZAR_API int qxGetLog(TraceNode &node);
 
-/// Takes all records, oldest first: a pass over them that sets links, and for each its place in the list, where the batch before has
-/// not left one. Records and places of that batch serve again, so a steady flow allocates nothing.
-/// @param nodes         DELETES the records that it holds, then receives the new ones: hand the batch before back in it.
-///                      To keep a record, leave null in its place.
-/// @param milliseconds  How long to wait for a first record, once and for no more than 10 days; 0 and below not at all. It may
-///                      come back early without any, as where several consumers wait and another was faster.
-/// @return How many there are, 0 included.
+/// Takes all records, oldest first. Costs one pass that sets links, and a list node for each record that the previous
+/// batch left none for: records and list nodes of that batch are reused, so a steady flow does not allocate.
+/// @param nodes         DELETES the records that it holds, then receives the new ones: pass the previous batch back in
+///                      it. To keep a record, set its pointer to null.
+/// @param milliseconds  Time-out for the first record, at most 10 days; 0 and below do not wait. The call waits once
+///                      and may return early with no record, for example if another waiting consumer was faster.
+/// @return The number of records; may be 0.
 ZAR_API int qxGetLog(std::list<TraceNode *> &nodes, int milliseconds);
 
 /// Has no effect.
 ZAR_API void qxEnableDebugOutput();
 
-/// Formats a text as printf does and puts it into the queue as qxTrace() does; nothing is encrypted, and every level passes.
-/// @param level   3, 4, 5, 7 and 9 give the letters E, W, N, D and T, all others I.
-/// @param module  null means an empty text.
+/// qxTrace() with a text formatted as printf does; nothing is encrypted, and every level passes.
+/// @param level   3, 4, 5, 7 and 9 give the letters E, W, N, D and T; any other gives I.
+/// @param module  Null counts as empty.
 ZAR_API void zarEncryptTrace(int level, int number, const char *module, const char *format, ...) ZAR_PRINTF(4, 5);

@@ -1,13 +1,13 @@
-// How deep the scope tracers of each thread are nested.
+// The nesting depth of each thread's scope tracers.
 #pragma once
 
 namespace zar {
 
-/// Adds 1 to the depth of the calling thread. @return The depth before. A thread that is new here starts at 0 and drops the
-/// entries of threads that have ended; nothing else does, so the table is no longer than the number of threads that lived at once.
+/// Increments the depth of the calling thread. @return The previous depth. A thread's first call starts at 0 and drops
+/// the entries of ended threads; nothing else does, so the table never outgrows the peak number of live threads.
 int enter_scope();
 
-/// Takes 1 away. @return The depth after; -1 and below when there were more leaves than entries.
+/// Decrements it. @return The new depth; -1 and below if there were more leaves than entries.
 int leave_scope();
 
 } // namespace zar

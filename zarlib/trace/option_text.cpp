@@ -28,7 +28,7 @@ void open_file_trace(chFileTrace &file, const std::vector<std::string> &fields) 
 
 } // namespace
 
-// atomic_ref takes no const object in C++20; nothing is written through it here.
+// In C++20 atomic_ref does not accept a const object; nothing is written through it here.
 int load_word(const int &word) { return std::atomic_ref<int>(const_cast<int &>(word)).load(std::memory_order_relaxed); }
 
 void store_word(int &word, int value) { std::atomic_ref<int>(word).store(value, std::memory_order_relaxed); }

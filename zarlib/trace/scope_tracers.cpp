@@ -25,7 +25,7 @@ std::string_view name_in(std::string_view signature, bool with_arguments) {
   return signature.substr(start, close + 1 - start);
 }
 
-/// What does not fit is left out.
+/// Truncates a name that does not fit.
 template <size_t Size>
 void cut_name(char (&name)[Size], const char *signature, const char *format) {
   const std::string_view found = name_in(signature ? signature : "", !is_given(format));
@@ -45,7 +45,7 @@ void trace_brace(int depth, const char *brace, const char *name, const std::stri
 }
 
 void print_brace(int depth, const char *brace, const char *name, const std::string &text) {
-  // Settled, callers rely on it: 32 is the count and the depth gives the byte, not the other way round.
+  // Settled, callers rely on it: 32 is the count and the depth determines the byte, not the other way round.
   std::string line(32, static_cast<char>(2 * static_cast<unsigned>(depth)));
   line.append(brace).append(name).append(text);
   consoleWriteString(false, line);

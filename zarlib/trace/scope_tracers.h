@@ -1,22 +1,22 @@
-// Lines at the entry and at the end of a scope, indented by how deep the calls are.
+// Lines on entry to and exit from a scope, indented by nesting depth.
 //
 //     int parser::read(const char *file, int limit) {
 //       chTraceStack scope(9, __PRETTY_FUNCTION__, "(%s, %d)", file, limit);
 //       ...                                                          // [D:Who?+...] ... { parser::read(a.xml, 5)
 //     }                                                              // [D:Who?+...] ... } parser::read
 //
-// The signature is the function's whole one, as __PRETTY_FUNCTION__ and __FUNCSIG__ give it. What is shown of it starts behind the
-// last blank in front of its first "(": with a format up to that "(", without one up to the first ")" behind it.
+// The signature is the full one, as in __PRETTY_FUNCTION__ and __FUNCSIG__. The name shown starts after the last blank
+// before its first "("; with a format it ends before that "(", without one it ends with the next ")".
 //
 //     void __cdecl ns::f(int)              ns::f              ns::f(int)
 //     T ns::g(T) [with T = int]            ns::g              ns::g(T)
 //     int c::operator()(int) const         c::operator        c::operator()
 //     void c<unsigned int>::h()            int>::h            int>::h()
-//     no parenthesis                       (nothing)          (nothing)
+//     no parenthesis                       (empty)            (empty)
 //
-// A name of more than 259 bytes is cut there. A format that is null or empty counts as none.
+// The name is truncated to 259 bytes. A null or empty format counts as none.
 //
-// An object ends on the thread that made it, in a scope of its own: copies write a closing line each.
+// An object must be destroyed on the thread that created it, and not be copied: each copy writes a closing line.
 #pragma once
 
 #include "zarlib/export.h"
@@ -24,12 +24,12 @@
 
 #include <cstdarg>
 
-/// Writes through the tracer, at a level: "{ " and the name, and what the format gives right behind it; "} " and the name at the
-/// end. Two blanks in front for each scope around it on this thread.
+/// Writes through the tracer, at a level: "{ ", the name and, right after it, the formatted text on entry; "} " and the
+/// name on exit. Lines are indented by two blanks per enclosing scope on this thread.
 ///
-/// A scope whose opening line was written writes its closing line, whatever the level is by then; the others write nothing and
-/// count for nothing. With GCC and optimisation one of those costs what a trace line does that is not written, two loads and a
-/// comparison, and at its end a look at its flag; elsewhere it costs two calls.
+/// A scope whose opening line was written also writes its closing line, whatever the level is by then; any other writes
+/// nothing and does not add to the depth. With GCC and optimisation such a scope costs the same as a suppressed trace
+/// line, two loads and a comparison, plus a test of its flag on exit; elsewhere it costs two calls.
 class ZAR_API chTraceStack {
 public:
 #if defined(__GNUC__) && !defined(__clang__) && defined(__OPTIMIZE__) && !defined(ZARLIB_BUILDING)
@@ -53,15 +53,14 @@ private:
   void open_formatted(int level, const char *signature, const char *format, va_list args);
   void close();
 
-  int m_active; ///< not 0 when the opening line was written
+  int m_active; ///< nonzero if the opening line was written
   char m_name[260];
 };
 
-/// Writes straight to standard output, as consoleWriteString() does, whatever the levels are.
+/// Writes straight to standard output, as consoleWriteString() does, regardless of levels.
 ///
-/// In front of the brace stand 32 bytes of the value 2 times the depth. The console ends a line at its first NUL, so the lines of
-/// the outermost scope are EMPTY there. The depth is one number for the whole process: with several threads it is no more than a
-/// hint.
+/// The brace is preceded by 32 bytes with the value 2 times the depth. The console ends a line at its first NUL, so the
+/// lines of the outermost scope are EMPTY there. The depth is process-wide: with several threads it is only a hint.
 class ZAR_API simpStackTracer {
 public:
   simpStackTracer(const char *signature, const char *format, ...) ZAR_PRINTF(3, 4);
@@ -69,7 +68,7 @@ public:
   simpStackTracer &operator=(const simpStackTracer &) = default;
   ~simpStackTracer();
 
-  /// @return The number of scopes that are open.
+  /// @return The number of open scopes.
   static int &getDepth();
 
 private:

@@ -23,7 +23,7 @@ bool is_written(int level) {
   return level <= (own != zar::from_system ? own : uCTraceHelper::getInstance().GetOutputLevel());
 }
 
-/// A message of a letter, "[W:]" or "[E:]". No blank stands between the parenthesis and the text: settled, callers rely on it.
+/// A message tagged "[W:]" or "[E:]". No blank between the parenthesis and the text: settled, callers rely on it.
 std::string message_line(char letter, const char *file, int line, const char *format, va_list args) {
   const chTick now = chTimer::GetTickFromBoot();
   zar::line_text text;
@@ -34,7 +34,7 @@ std::string message_line(char letter, const char *file, int line, const char *fo
   return std::string(text.view());
 }
 
-/// The console has shown the message already.
+/// Passes the message on to an output other than the console, which has already shown it.
 void pass_on(const std::string &text) {
   uCTraceHelper &tracer = uCTraceHelper::getInstance();
   if (tracer.GetOutputMethod() != zar::output_console) tracer.TraceConstString(text);
@@ -42,8 +42,8 @@ void pass_on(const std::string &text) {
 
 } // namespace
 
-// What a line runs through is marked hot, here and in the sources it goes on to, so that it lies side by side in the library: of its
-// code the processor keeps little over the system call of the line before.
+// The functions on the path of a line are marked hot, here and in the other sources, so that they lie together in the
+// library: little of their code stays in the processor's caches across the system call of the previous line.
 [[gnu::hot]] void zarTrace(int level, const char *format, ...) {
   if (!is_written(level)) return;
   va_list args;
@@ -80,7 +80,7 @@ void zarTraceObject(const std::string &name, const std::string &value) {
 
 void zarTraceObject(const std::string &name, const void *pointer) {
   if (!is_written(trace_level)) return;
-  // As a number: each run-time library writes an address, and null, in its own way.
+  // As a number, because run-time libraries differ in how they print addresses and null.
   zarTrace(trace_level, "%s = %.8" PRIXPTR, name.c_str(), reinterpret_cast<std::uintptr_t>(pointer));
 }
 

@@ -59,7 +59,7 @@ TraceOutputOption *chSystemTracerManager::renew_process_option(unsigned long pro
 }
 
 bool chSystemTracerManager::store_line(std::string_view text) {
-  // No request of the pool's own size is ever met, so a longer one need not be counted.
+  // A request for the pool's full size always fails, so a longer one can be clamped to it.
   const auto bytes = static_cast<int>(std::min(text.size() + sizeof(line_record), size_t{pool_size}));
   if (!make_room(bytes)) return false;
   auto *const record = new (m_pool.alloc(bytes)) line_record;
@@ -86,7 +86,7 @@ bool chSystemTracerManager::take_line(std::string &text) {
   return true;
 }
 
-/// Moves the oldest lines out until the pool has a cell for the bytes. @return Whether it has one now.
+/// Spills the oldest lines until the pool has a cell large enough. @return Whether it has one.
 bool chSystemTracerManager::make_room(int bytes) {
   while (!m_pool.find_big_enough_cell(bytes)) {
     if (m_lines.empty()) return false;

@@ -11,21 +11,22 @@
 #include <string>
 #include <string_view>
 
-/// What all users of the tracer share: the system's option, an option of each process, and the line store.
+/// The state shared by all users of the tracer: the system option, one option per process, and the line store.
 ///
-/// The line store is a queue of texts in the pool of the block, the oldest first. When the pool is full the oldest lines move to the
-/// spill text on the heap, which has no limit: a process that stores lines which nobody reads grows and grows.
+/// The line store is a queue of texts in the pool of the block, oldest first. When the pool is full, the oldest lines
+/// move to the spill text on the heap, which is unbounded: a process that stores lines that nobody reads grows without
+/// limit.
 ///
-/// docs/formats/trace-block.md shows the bytes. An object lives at the start of a block of `block_size` bytes, where an
-/// ipcObjectFrame puts it; no destructor ever runs. Every operation REQUIRES that the caller holds the frame's mutex; the words of the
-/// options are atomic and may be read without it.
+/// docs/formats/trace-block.md shows the byte layout. An object lives at the start of a block of `block_size` bytes,
+/// where an ipcObjectFrame constructs it; its destructor never runs. Every operation REQUIRES that the caller holds the
+/// frame's mutex; the words of the options are atomic and may be read without it.
 class ZAR_API chSystemTracerManager {
 public:
   static constexpr int block_size = 0x200000;
   static constexpr int block_version = 0x1009;
   static constexpr const char *block_name = "ipc_system_trace";
 
-  /// Formats the block, and reads the environment variable `systrace` into the system's option.
+  /// Formats the block, and reads the environment variable `systrace` into the system option.
   chSystemTracerManager();
   chSystemTracerManager(const chSystemTracerManager &) = delete;
   chSystemTracerManager &operator=(const chSystemTracerManager &) = delete;
@@ -41,20 +42,20 @@ public:
   /// Removes the records of processes that have ended.
   void drop_dead_processes();
 
-  /// Finds or makes the record of a process; a record found is reset. @return Its option, both words -1; null in a full pool
-  /// that holds no line either.
+  /// Finds or makes the record of a process; an existing one is reset. @return Its option, both words -1; null if the
+  /// pool is full and holds no line that could make room.
   TraceOutputOption *renew_process_option(unsigned long process);
 
-  /// Appends a line to the store. @return Whether it was stored; not when it is larger than the whole pool, and then every line
-  /// before it has moved to the spill text.
+  /// Appends a line to the store. @return Whether it was stored; not if it is larger than the whole pool, in which case
+  /// all earlier lines have moved to the spill text.
   bool store_line(std::string_view text);
 
-  /// Hands out the spill text, each line ended by a line feed, and empties it.
-  /// @param bytes  Receives the length of the lines without their ends.
-  /// @return Whether there was any.
+  /// Takes the whole spill text, each line terminated by a line feed.
+  /// @param bytes  Receives the total length of the lines without the line feeds.
+  /// @return Whether there was any; empty lines alone stay.
   bool take_spilled(std::string &text, int &bytes);
 
-  /// Hands out the oldest line in the block and removes it. @return Whether there was one.
+  /// Takes the oldest line out of the block. @return Whether there was one.
   bool take_line(std::string &text);
 
 private:
@@ -63,7 +64,7 @@ private:
     TraceOutputOption option;
   };
 
-  /// The text follows.
+  /// The text follows the record.
   struct line_record : list_chain_offset {
     int length;
     char *text() { return reinterpret_cast<char *>(this + 1); }
@@ -88,7 +89,7 @@ private:
   list_chain_offset m_lines;
   int m_spilledBytes;
   union {
-    std::string *m_pSpilled; // null while there is none; what nobody takes is abandoned with the block
+    std::string *m_pSpilled; // null if there is none; a text never taken leaks with the block
     unsigned char m_spilledRoom[24];
   };
 };

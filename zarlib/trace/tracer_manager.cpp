@@ -22,26 +22,27 @@ namespace {
 
 constinit zar::static_instance<uCTraceHelper> instance;
 
-// What follows is used before the tracer is built and after it is destroyed, so none of it has a constructor or a destructor.
+// The following are used before the tracer is constructed and after it is destroyed, so none needs dynamic
+// initialisation or a destructor.
 
-/// Stands in until the process has read its option: -1 sends every question to the library.
+/// Placeholder until the process has read its option: -1 makes every inlined check call the library.
 constinit TraceOutputOption unread_option = {zar::from_system, zar::from_system};
 
-/// What holds when the tracer is gone: every line to the console.
+/// In force once the tracer is destroyed: every line to the console.
 constinit TraceOutputOption last_option = {std::numeric_limits<int>::max(), zar::output_console};
 
 constinit std::atomic<TraceOutputOption *> system_option{&last_option};
 
-/// The output that lines go to. It follows the method in force, but not to a number that is none of the methods.
+/// The output that lines go to. It follows the method in force, ignoring numbers that are not a method.
 constinit std::atomic<int> output{zar::output_none};
 
-/// Guards the outputs that have a state, and the tracer's end. Only the frame's mutex and the heap's counters are taken under it.
+/// Guards the stateful outputs and the tracer's end. Only the frame's mutex and heap counters are taken under it.
 constinit zar::platform::static_lock outputs;
 
-/// Whether the file trace and the block can be used; guarded by `outputs`.
+/// Whether the file trace and the block are usable; guarded by `outputs`.
 constinit bool is_open = false;
 
-/// A worker that the system stopped while it held the lock must not keep the process from ending.
+/// Gives up in the end: a thread that the system stopped while it held the lock must not keep the process from exiting.
 bool lock_for_the_end() {
   constexpr int milliseconds = 1000;
   for (int i = 0; i < milliseconds; ++i) {
@@ -86,7 +87,7 @@ uCTraceHelper::uCTraceHelper() : m_pFileTrace(new chFileTrace) {
   open_stamped(chSystemTracerManager::block_name, chSystemTracerManager::block_size,
                chSystemTracerManager::block_version);
   if (m_object) {
-    // One more opener, which never closes: other threads may read an option in the block while the process ends.
+    // An additional opener that never closes: other threads may read an option in the block while the process exits.
     static auto &keeper = *new chMapFile_Local;
     keeper.OpenMapFile(chSystemTracerManager::block_name, chSystemTracerManager::block_size);
     system_option.store(&m_object->system_option(), std::memory_order_release);
@@ -98,7 +99,7 @@ uCTraceHelper::uCTraceHelper() : m_pFileTrace(new chFileTrace) {
 uCTraceHelper::~uCTraceHelper() {
   zarTraceLevelTest::s_option.store(&last_option, std::memory_order_release);
   if (!lock_for_the_end()) {
-    // Whoever holds the lock may be in the middle of a line: what it uses stays, and nobody closes it.
+    // The holder of the lock may be in the middle of a line: what it uses is left open.
     m_object = nullptr;
     return;
   }
@@ -138,7 +139,7 @@ int uCTraceHelper::redirect(int method) {
   return 1;
 }
 
-// These two stand at the place of their calls: after a system call each return from a function entered before it is slow.
+// These two are inlined: after a system call, each return from a function entered before it is slow.
 [[gnu::always_inline]] inline void uCTraceHelper::write_to_file(zar::line_text &line) {
   {
     const std::lock_guard hold(outputs);
@@ -233,7 +234,7 @@ int uCTraceHelper::pop_trace_level() { return zar::leave_scope(); }
   return option;
 }
 
-/// The first use: a record in the block, and the variable `trace`.
+/// On first use: creates the process's record in the block and reads the variable `trace`.
 TraceOutputOption &uCTraceHelper::read_process_option() {
   const std::lock_guard hold(outputs);
   TraceOutputOption *option = zarTraceLevelTest::s_option.load(std::memory_order_acquire);
