@@ -5,7 +5,7 @@
 
 namespace zar::platform {
 
-/// A moment of the monotonic clock, whose zero is the start of the machine and which goes on while the machine sleeps.
+/// An instant of the monotonic clock, which starts with the machine and keeps running while it sleeps.
 struct boot_time {
   long long seconds;
   int microseconds; ///< 0 to 999999
@@ -17,26 +17,27 @@ boot_time read_boot_time();
 /// The same clock in whole milliseconds.
 unsigned long long read_boot_milliseconds();
 
-/// A moment by both clocks.
+/// An instant on both clocks.
 struct moment {
   boot_time boot;
-  long long wall_milliseconds; ///< since the start of 1970 in universal time
+  long long wall_milliseconds; ///< since the start of 1970 in UTC
 };
 
-/// Where moments follow one another, the price of one clock: a wall clock that is set meanwhile is noticed within 17 ms.
+/// In quick succession costs a single clock read; a wall clock set meanwhile is noticed within 17 ms.
 moment read_moment();
 
-/// The local time of a moment of the wall clock near the present, told as there.
+/// The local time of a wall-clock instant near the present, in the units of moment.
 SYSTEMTIME local_time_of(long long wall_milliseconds);
 
 /// The wall clock in the local time zone.
 SYSTEMTIME read_local_time();
 
-/// The wall clock in universal time.
+/// The wall clock in UTC.
 SYSTEMTIME read_system_time();
 
-/// Sets the wall clock to a universal time; the day of the week does not count.
-/// @return false when it is no date or time of day, its year is before 1601, or the process may not set the clock.
+/// Sets the wall clock to a UTC time; the day of the week is ignored.
+/// @return false when it is no valid date or time of day, its year is before 1601, or the process
+///         may not set the clock.
 bool set_system_time(const SYSTEMTIME &time);
 
 } // namespace zar::platform

@@ -8,10 +8,10 @@ namespace zar::platform {
 /// Whether standard output leads anywhere.
 bool has_console();
 
-/// Whether a debugger is attached at this moment.
+/// Whether a debugger is attached right now.
 bool is_debugged();
 
-/// Sends one message to the debugger's channel, followed by a line end of its own.
+/// Sends one message to the debugger's channel, followed by a line end.
 /// @param ascii  Whether every byte is below 128; otherwise the bytes are UTF-8.
 void write_to_debugger(const std::string &text, bool ascii);
 

@@ -9,19 +9,19 @@ namespace zar::platform {
 
 enum class entry_kind {
   directory,
-  other,  ///< surely no directory, and no link
+  other,  ///< certainly neither a directory nor a link
   unknown ///< a link, or the file system does not tell: ask read_facts()
 };
 
 struct directory_entry {
-  std::string_view name; ///< UTF-8, without the directory; good until the next read
+  std::string_view name; ///< UTF-8, without the directory; valid until the next read
   entry_kind kind = entry_kind::unknown;
 };
 
-/// One pass over the entries of a directory in the system's order, "." and ".." left out, hidden ones included.
+/// One pass over a directory in the system's order, without "." and "..", including hidden entries.
 class directory_reader {
 public:
-  /// @param path  A directory, with or without a separator at its end.
+  /// @param path  A directory, with or without a trailing separator.
   explicit directory_reader(const std::string &path);
   directory_reader(const directory_reader &) = delete;
   directory_reader &operator=(const directory_reader &) = delete;

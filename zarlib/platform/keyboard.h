@@ -5,7 +5,7 @@
 
 namespace zar::platform {
 
-/// Takes line input off the console for as long as it lives. Where standard input is no console it never has a key.
+/// Disables the console's line input for as long as it lives. Where standard input is no console there is never a key.
 class keyboard {
 public:
   keyboard();
@@ -13,8 +13,8 @@ public:
   keyboard &operator=(const keyboard &) = delete;
   ~keyboard();
 
-  /// The virtual key code of the next key that was pressed, 1 to 254, as the home system counts them; -1 when there is
-  /// none, and for an event that is no key with a code. Never waits.
+  /// The virtual key code of the next key pressed, 1 to 254, numbered as on Windows; -1 when there is none, and for an
+  /// event that is no key with a code. Never waits.
   int next_key();
 
 private:

@@ -1,5 +1,5 @@
-// Memory in large pages, for much that is filled at once: the system hands it out in one step, where small pages would cost one
-// each.
+// Memory in large pages, for large areas filled at once: the system provides it in one step instead
+// of one per small page.
 #pragma once
 
 #include <cstddef>
@@ -8,9 +8,9 @@ namespace zar::platform {
 
 constexpr size_t large_page_size = 2 * 1024 * 1024;
 
-/// Takes large_page_size bytes, which start at a multiple of that.
-/// @return Null where the system keeps such pages from ordinary processes, and when there is no memory: do with the heap then. Where
-///         it grants one only at its own choice, the memory may come in small pages all the same.
+/// Allocates large_page_size bytes, aligned to large_page_size.
+/// @return Null where ordinary processes may not have such pages, and when out of memory: fall back to the heap. Where
+///         the system grants them at its own discretion, the memory may still consist of small pages.
 void *take_large_page();
 void give_back_large_page(void *page);
 

@@ -1,4 +1,4 @@
-// The calling thread's last error: the word that the system's calls leave behind.
+// The calling thread's last error: the word that system calls leave behind.
 #pragma once
 
 #include <string>
@@ -8,11 +8,11 @@ namespace zar::platform {
 unsigned last_error();
 void set_last_error(unsigned code);
 
-/// The system's text for a code, in the user's language, as the system ends it; empty where it has none. May change the
-/// last error.
+/// The system's text for a code, in the user's language, line end included as the system has it; empty where there is
+/// none. May change the last error.
 std::string error_text(unsigned code);
 
-/// Keeps the last error over the calls in between.
+/// Preserves the last error across the calls made during its life.
 class last_error_keeper {
 public:
   last_error_keeper() : m_code(last_error()) {}

@@ -3,8 +3,8 @@
 
 namespace zar::platform {
 
-/// Shows an error without an owner and without a caption, and waits until the user has taken note where the system has such a
-/// box; elsewhere it is a line on the error console.
+/// Shows an error without owner window and caption, and waits for the user to acknowledge it; on systems without such a
+/// box it is a line on the error console.
 void show_error(const char *text);
 
 } // namespace zar::platform

@@ -1,6 +1,6 @@
-// A block of the session's shared memory under a name.
+// A named block of shared memory of the session.
 //
-// Whoever of the user's processes opens a full name sees the same bytes; they go when the last holder closes or dies.
+// All processes of the user that open a full name see the same bytes; they go away when the last holder closes or dies.
 #pragma once
 
 #include <string>
@@ -9,22 +9,24 @@ namespace zar::platform {
 
 struct named_mapping;
 
-/// Opens the block of that name. @return A handle of its own, to be closed once; null when there is none or the system refuses.
+/// Opens the block of that name.
+/// @return A handle of its own, to be closed once; null when there is none or the system refuses.
 named_mapping *open_mapping(const std::string &name);
 
-/// Opens the block of that name whatever its size, or makes one, zero-filled, with memory set aside for all of it.
+/// Opens the block of that name whatever its size, or creates one, zero-filled, with all of its memory reserved.
 /// @param bytes    0 is refused.
-/// @param created  Receives whether this call made the block.
+/// @param created  Receives whether this call created the block.
 /// @return A handle of its own, to be closed once; null when the system refuses.
 named_mapping *create_mapping(const std::string &name, unsigned bytes, bool &created);
 
-/// Makes the whole block readable and writable in this process. @return Its address; null when there is no room for it.
+/// Maps the whole block readable and writable into this process. @return Its address; null when
+/// there is no room for it.
 void *map_view(named_mapping *mapping);
 
-/// Ends the view, when there is one.
+/// Unmaps the view; null is harmless.
 void unmap_view(void *view);
 
-/// REQUIRES: views of the handle are not used any more.
+/// REQUIRES: views of the handle are no longer used.
 void close_mapping(named_mapping *mapping);
 
 } // namespace zar::platform

@@ -1,21 +1,22 @@
-// What replacing a file by a new one of the same name needs beyond the verbs of files.h. Paths are UTF-8; on Linux their bytes pass as
-// they are.
+// What safely replacing a file by a new one of the same name needs beyond files.h. Paths are UTF-8; on Linux their
+// bytes are passed verbatim.
 #pragma once
 
 #include <string>
 
 namespace zar::platform {
 
-/// Sees to it that a file stands at `path` with the owner and the rights of the file at `model`, so that what is written into it
-/// is never open to more eyes than the model was. As far as the system lets this process: a failure leaves less alike, and is
-/// not told. Its owner may always write to it; bytes that it held stay. Where a file takes its rights from its folder, nothing is done.
+/// Ensures that a file exists at `path` with the owner and permissions of the file at `model`, so that what is written
+/// to it is never accessible to more users than the model was. Best effort: as far as the system permits this process,
+/// and failures are not reported. Its owner can always write to it; existing content stays. Does nothing where files
+/// take their permissions from the directory.
 void create_like(const std::string &path, const std::string &model);
 
-/// Returns when the names made, changed and removed so far in the folder of `path` are on the disk, wherever the system lets a process
-/// wait for that. Where the system keeps a log of such changes, in their order, nothing is done.
+/// Returns once the names created, changed and removed so far in the directory of `path` are on disk, if the system
+/// lets a process wait for that. Does nothing where the system journals such changes in order.
 void force_names(const std::string &path);
 
-/// Removes the file that was replaced, also where it is marked as read-only and the system keeps such files.
+/// Removes the replaced file, even if it is marked read-only and the system protects such files.
 void remove_replaced(const std::string &path);
 
 } // namespace zar::platform

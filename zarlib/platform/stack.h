@@ -1,18 +1,18 @@
-// Stacks as program counters.
+// Stacks as lists of program counters.
 #pragma once
 
 namespace zar::platform {
 
 struct fault;
 
-/// Takes the calling thread's stack. Frame 0 is the function that calls this one. Addresses lie inside the instruction that a
-/// frame executes, which for a caller is its call.
-/// @return The number of frames stored; the innermost ones, where there are more than `capacity`.
+/// Captures the calling thread's stack. Frame 0 is the function that calls this one. Each address lies inside the
+/// instruction that the frame is executing, which in a caller is its call.
+/// @return The number of frames stored; only the innermost when there are more than `capacity`.
 int capture_stack(unsigned long long *frames, int capacity);
 
-/// Takes the stack of the faulting thread as it was at the fault; frame 0 is the faulting instruction, exactly.
-/// REQUIRES: called on the thread of the fault, from the report of hook_faults().
-/// @return The number of frames stored; less than there are where the stack is damaged.
+/// Captures the faulting thread's stack as it was at the fault; frame 0 is exactly the faulting instruction.
+/// REQUIRES: called on the faulting thread, from the report of hook_faults().
+/// @return The number of frames stored; incomplete where the stack is damaged.
 int walk_fault_stack(const fault &fault, unsigned long long *frames, int capacity);
 
 } // namespace zar::platform

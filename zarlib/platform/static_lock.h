@@ -1,10 +1,10 @@
-// A lock for objects of static storage.
+// A lock for objects of static storage duration.
 #pragma once
 
 namespace zar::platform {
 
-/// A lock that is ready before the first static constructor has run and stays so after the last static destructor: it is neither
-/// made nor unmade. Not recursive. Its operations have the names that std::lock_guard asks for.
+/// A lock that is usable before the first static constructor and after the last static destructor: it is neither
+/// constructed nor destroyed. Not recursive. Its operations have the names that std::lock_guard expects.
 class static_lock {
 public:
   constexpr static_lock() = default;
@@ -18,12 +18,12 @@ public:
   /// REQUIRES: the calling thread holds the lock.
   void unlock();
 
-  /// unlock() as the last act on it, while the process ends. On Windows nobody is woken: the system has stopped the other threads,
-  /// one of them perhaps while it held what a wake-up needs.
+  /// unlock() for the last time, while the process ends. On Windows it wakes nobody: the system has stopped the other
+  /// threads, one of them perhaps holding what a wake-up needs.
   void unlock_for_good();
 
 private:
-  alignas(8) unsigned char m_room[40] = {}; // all zero is free, on every target
+  alignas(8) unsigned char m_room[40] = {}; // all zeros is free, on every target
 };
 
 } // namespace zar::platform

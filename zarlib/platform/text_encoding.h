@@ -6,8 +6,8 @@
 namespace zar::platform {
 
 /// From the narrow encoding to UTF-8. What cannot be converted becomes a question mark or the replacement character.
-/// @param encoding  The system's name or number of an encoding; empty means the system's default. With one that the
-///                  system does not know, the text comes back as it is.
+/// @param encoding  The system's name or number of an encoding; empty selects the system's default. With one unknown to
+///                  the system the text is returned unchanged.
 std::string narrow_to_utf8(const std::string &text, const std::string &encoding);
 
 /// From UTF-8 to the narrow encoding.

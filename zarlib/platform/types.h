@@ -1,17 +1,17 @@
-// The system types that stand in the library's interface, the same words on every target.
+// The system types used in the library's interface, with the same names on every target.
 #pragma once
 
 #if defined(_WIN32)
 
-// Once, lean, and without the macros that would break std::min and std::max.
+// Included once, lean, and without the macros that would break std::min and std::max.
 #ifndef WIN32_LEAN_AND_MEAN
 #define WIN32_LEAN_AND_MEAN
 #endif
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif
-// A client that has taken the older winsock.h (it comes with a windows.h that is not lean) keeps it: what the interface names,
-// sockaddr, in_addr and fd_set, is the same there, so that the exported names are the same too.
+// If a client has included the older winsock.h (part of a windows.h that is not lean), keep it: what the interface
+// uses, sockaddr, in_addr and fd_set, is the same there, and so the exported names are the same too.
 #ifndef _WINSOCKAPI_
 #include <winsock2.h>
 #endif
@@ -27,7 +27,7 @@ using zar_fd_set = fd_set;
 #include <netinet/in.h>
 #include <sys/socket.h>
 
-/// A calendar moment to the millisecond, in the layout that callers know from their home system.
+/// A calendar time to the millisecond, in the layout that callers know from Windows.
 struct SYSTEMTIME {
   unsigned short wYear;
   unsigned short wMonth;     ///< 1 to 12
@@ -39,13 +39,13 @@ struct SYSTEMTIME {
   unsigned short wMilliseconds;
 };
 
-/// The handles of a wait, in the layout that callers know from their home system.
+/// The handles of a wait, in the layout that callers know from Windows.
 struct zar_fd_set {
   unsigned fd_count;
   unsigned fd_array[64];
 };
 
-/// A function whose type the caller knows.
+/// A function pointer whose real type the caller knows.
 using FARPROC = void (*)();
 
 /// A loaded module.
