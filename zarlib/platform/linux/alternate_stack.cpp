@@ -1,4 +1,4 @@
-// The second stack of a thread, on which handlers run when the first one has overflowed.
+// The alternate stack of a thread, on which handlers run when the main one has overflowed.
 #include "zarlib/platform/fault.h"
 
 #include <csignal>
@@ -9,10 +9,10 @@ namespace zar::platform {
 
 namespace {
 
-// Room for the unwinder, the reading of symbols, and the taking apart of long names. Only what is touched becomes memory.
+// Room for the unwinder, reading symbols and demangling long names. Pages are committed only when touched.
 constexpr size_t stack_bytes = 256 * 1024;
 
-/// The alternate stack of one thread; not made where the thread has one already.
+/// The alternate stack of one thread; not created if the thread already has one.
 class alternate_stack {
 public:
   alternate_stack() {
@@ -33,7 +33,7 @@ public:
   alternate_stack(const alternate_stack &) = delete;
   alternate_stack &operator=(const alternate_stack &) = delete;
 
-  // A stack that somebody else has put in place since is theirs.
+  // A stack that someone else has installed since is left alone.
   ~alternate_stack() {
     stack_t found;
     if (!m_memory || sigaltstack(nullptr, &found) != 0) return;
@@ -53,7 +53,7 @@ private:
   size_t m_bytes = 0;
 };
 
-// Apart from the object, because its guard is a call.
+// Separate from the object, whose thread_local guard would cost a call.
 thread_local bool t_armed = false;
 
 } // namespace

@@ -12,7 +12,7 @@ namespace zar::platform {
 std::string executable_path() { return executable_of("thread-self"); }
 
 std::string current_directory() {
-  // The C library allocates what the path needs, of any length.
+  // The C library allocates as much as the path needs.
   char *const path = getcwd(nullptr, 0);
   std::string result = path ? path : "";
   std::free(path);

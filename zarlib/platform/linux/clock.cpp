@@ -23,15 +23,15 @@ constexpr long long nanoseconds_per_second = 1000000000;
 
 long long nanoseconds(const timespec &time) { return time.tv_sec * nanoseconds_per_second + time.tv_nsec; }
 
-/// How far the wall clock was ahead of the other one when this thread last compared them.
+/// How far the wall clock was ahead of the boot clock when this thread last compared them.
 struct lead {
-  long long compared; ///< the time since the start, in steps of 2^24 ns
+  long long compared; ///< time since boot, in steps of 2^24 ns
   long long nanoseconds;
 };
 
 thread_local lead t_lead = {-1, 0};
 
-/// A thread that loses the processor between the two clocks would count the pause as lead, so it reads them again.
+/// A thread preempted between the two readings would count the pause as lead, so the clocks are then read again.
 long long compare_clocks() {
   constexpr long long most_between = 500000;
   constexpr int most_attempts = 4;
@@ -44,8 +44,8 @@ long long compare_clocks() {
   return result;
 }
 
-/// The local date, hour and minute of the last minute asked for. Local time changes its distance to the clock at whole minutes only,
-/// so the calendar is worked out once a minute; it is the dearest part of a line of the tracer.
+/// The local date, hour and minute of the last minute asked for. The UTC offset changes only at whole minutes, so the
+/// calendar is computed once a minute; it is the most expensive part of a trace line.
 class minute_cache {
 public:
   bool find(time_t minute, SYSTEMTIME &time) const {
@@ -101,7 +101,7 @@ SYSTEMTIME local_time_of(long long wall_milliseconds) {
   result.wSecond = static_cast<unsigned short>(second);
   if (last_minute.find(minute, result)) return result;
 
-  // localtime_r need not look at TZ again at each call, so the zone is what it was at the first.
+  // localtime_r need not re-read TZ on every call, so the zone stays what it was at the first.
   tm parts;
   localtime_r(&time, &parts);
   result.wYear = static_cast<unsigned short>(parts.tm_year + 1900);
@@ -110,7 +110,7 @@ SYSTEMTIME local_time_of(long long wall_milliseconds) {
   result.wDay = static_cast<unsigned short>(parts.tm_mday);
   result.wHour = static_cast<unsigned short>(parts.tm_hour);
   result.wMinute = static_cast<unsigned short>(parts.tm_min);
-  // A zone that counts leap seconds, or whose distance has seconds, starts its minutes elsewhere.
+  // In a zone that counts leap seconds, or whose offset includes seconds, minutes start elsewhere.
   if (parts.tm_sec == second)
     last_minute.keep(minute, result);
   else

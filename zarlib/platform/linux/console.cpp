@@ -17,7 +17,7 @@ bool is_debugged() {
   return tracer && std::atol(tracer) != 0;
 }
 
-// syslog takes UTF-8 as it is, and ends the record itself.
+// syslog passes UTF-8 through, and ends the record itself.
 void write_to_debugger(const std::string &text, bool) { syslog(LOG_DEBUG, "%s", text.c_str()); }
 
 } // namespace zar::platform

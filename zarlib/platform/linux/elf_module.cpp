@@ -7,7 +7,7 @@
 
 namespace zar::platform {
 
-/// What stands so many bytes behind a record.
+/// The record at that byte offset from another one.
 template <class Record>
 static const Record *behind(const void *record, std::uint64_t bytes) {
   return reinterpret_cast<const Record *>(static_cast<const char *>(record) + bytes);
@@ -19,7 +19,7 @@ std::uintptr_t page_size() {
 }
 
 std::uintptr_t first_page(const dl_phdr_info &info) {
-  // They stand in ascending order.
+  // Segments are in ascending order.
   for (size_t i = 0; i < info.dlpi_phnum; ++i)
     if (info.dlpi_phdr[i].p_type == PT_LOAD) return page_start(info.dlpi_addr + info.dlpi_phdr[i].p_vaddr);
   return 0;
@@ -30,7 +30,7 @@ elf_module::elf_module(const dl_phdr_info &info) : m_info(info), m_pages{first_p
     const Elf64_Phdr &segment = info.dlpi_phdr[i];
     const std::uintptr_t start = base() + segment.p_vaddr, end = start + segment.p_memsz;
     if (segment.p_type == PT_DYNAMIC) m_dynamic = reinterpret_cast<const Elf64_Dyn *>(start);
-    // The loader leaves a page that is bound in part only as it is.
+    // The loader leaves a partially covered last page writable.
     if (segment.p_type == PT_GNU_RELRO) m_bound_pages = {page_start(start), page_start(end)};
     if (segment.p_type == PT_LOAD) m_pages.end = end;
   }
@@ -81,7 +81,7 @@ void *find_own_symbol(const void *handle, const char *name, const char *version)
   void *const address = known ? module_reference(path).find(name, version) : nullptr;
   Dl_info owner;
   if (!address || !dladdr(address, &owner)) return nullptr;
-  // The C library hands out functions of the kernel's page as its own.
+  // The C library resolves some of its own names to functions in the vDSO.
   const bool of_kernel = reinterpret_cast<std::uintptr_t>(owner.dli_fbase) == getauxval(AT_SYSINFO_EHDR);
   return owner.dli_fbase == handle || of_kernel ? address : nullptr;
 }

@@ -1,4 +1,4 @@
-// A loaded module as its own headers tell it.
+// A loaded module as described by its own headers.
 #pragma once
 
 #include <cstdint>
@@ -14,32 +14,32 @@ struct address_range {
   bool contains(std::uintptr_t address) const { return address >= start && address < end; }
 };
 
-/// Valid while visit_modules() shows it.
+/// Valid only during visit_modules().
 class elf_module {
 public:
   explicit elf_module(const dl_phdr_info &info);
 
   std::uintptr_t base() const { return m_info.dlpi_addr; }
-  /// All its pages; the start is its handle.
+  /// All its pages; the start is also its handle.
   const address_range &pages() const { return m_pages; }
-  /// The pages that the loader makes read-only once it has bound them.
+  /// The pages that the loader makes read-only after relocation (RELRO).
   const address_range &bound_pages() const { return m_bound_pages; }
-  /// As the loader knows it, empty for the program.
+  /// The loader's name for it; empty for the program.
   const char *path() const { return m_info.dlpi_name; }
-  /// The name that it gives itself; null without one.
+  /// The name it gives itself (DT_SONAME); null if none.
   const char *own_name() const;
 
-  /// An entry of the dynamic section, 0 when there is none.
+  /// An entry of the dynamic section, 0 if absent.
   std::uint64_t value(Elf64_Sxword tag) const;
   template <class Entry>
   const Entry *table(Elf64_Sxword tag) const {
     const std::uint64_t address = value(tag);
-    // The loader has made addresses of these offsets, but for the page of the kernel, where it cannot write.
+    // The loader has relocated these offsets to addresses, except in the vDSO, which it cannot write to.
     return address ? reinterpret_cast<const Entry *>(address < base() ? base() + address : address) : nullptr;
   }
 
   const char *symbol_name(size_t symbol) const;
-  /// The version of a symbol that it imports; empty when it asks for none.
+  /// The version of an imported symbol; empty if none is required.
   const char *symbol_version(size_t symbol) const;
 
 private:
@@ -55,8 +55,8 @@ inline std::uintptr_t page_start(std::uintptr_t address) { return address & ~(pa
 /// The first page of a module, which is its handle.
 std::uintptr_t first_page(const dl_phdr_info &info);
 
-/// Shows all modules to `visit(elf_module)` until it answers true. Meanwhile no module comes or goes, and no other
-/// thread is here; `visit` must not allocate or call the loader.
+/// Calls `visit(elf_module)` for each module until it returns true. Meanwhile no module is loaded or unloaded, and no
+/// other thread is here; `visit` must not allocate or call the loader.
 template <class Visit>
 void visit_modules(Visit visit) {
   dl_iterate_phdr([](dl_phdr_info *info, size_t,
@@ -64,7 +64,7 @@ void visit_modules(Visit visit) {
                   &visit);
 }
 
-/// The same for the one with that handle, if it is there; `visit` answers nothing.
+/// The same for the module with that handle, if loaded; `visit` returns nothing.
 template <class Visit>
 void visit_module(const void *handle, Visit visit) {
   struct search {
@@ -81,17 +81,17 @@ void visit_module(const void *handle, Visit visit) {
       &wanted);
 }
 
-/// Keeps a module loaded, and looks for names in it and in what it needs.
+/// Keeps a module loaded, and looks up names in it and its dependencies.
 class module_reference {
 public:
-  /// @param path  As elf_module::path() has it; for the program names are looked for in all that every module sees.
+  /// @param path  As from elf_module::path(); for the program, names are looked up in the global scope.
   explicit module_reference(const char *path) : m_handle(dlopen(*path ? path : nullptr, RTLD_LAZY | RTLD_NOLOAD)) {}
   module_reference(const module_reference &) = delete;
   ~module_reference() {
     if (m_handle) dlclose(m_handle);
   }
 
-  /// @param version  Empty for the default one.
+  /// @param version  Empty for the default version.
   void *find(const char *name, const char *version) const {
     if (!m_handle) return nullptr;
     return *version ? dlvsym(m_handle, name, version) : dlsym(m_handle, name);
@@ -101,8 +101,8 @@ private:
   void *const m_handle;
 };
 
-/// The address of a name that the module with that handle defines itself; null when it does not.
-/// @param version  Empty for the default one.
+/// The address of a name that the module with that handle itself defines; null if it does not.
+/// @param version  Empty for the default version.
 void *find_own_symbol(const void *handle, const char *name, const char *version);
 
 } // namespace zar::platform

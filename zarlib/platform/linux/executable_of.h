@@ -8,15 +8,15 @@
 
 namespace zar::platform {
 
-/// The full path of the executable of a process, given by its number or "thread-self"; empty when it cannot be seen or there
-/// is none.
+/// The full path of the executable of a process, given by its id or "thread-self"; empty if there is none or it cannot
+/// be read.
 inline std::string executable_of(const std::string &process) {
   const std::string link = "/proc/" + process + "/exe";
   char text[PATH_MAX];
   const ssize_t length = readlink(link.c_str(), text, sizeof text);
   std::string path(text, length > 0 ? static_cast<size_t>(length) : 0);
 
-  // The kernel marks the path of a file that was removed; a file may also bear such a name, and then it has a link.
+  // The kernel marks the path of a deleted file; a file may also really have such a name, and then it has a link.
   constexpr char mark[] = " (deleted)";
   constexpr size_t mark_length = sizeof mark - 1;
   struct stat file;

@@ -19,7 +19,7 @@ namespace {
 
 constexpr int fault_signals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS};
 
-// How long a thread that faults while another reports waits for the death of the process.
+// How long a thread that faults during another's report waits for the process to die.
 constexpr int wait_seconds = 60;
 
 std::atomic<fault_report> s_report{nullptr};
@@ -43,14 +43,14 @@ void block_or_unblock_faults(int how) {
   set_mask(how, {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT, SIGALRM});
 }
 
-/// Lets the process die of this very fault: the signal waits, with all that the system told about it, until the handler has
-/// returned to the instruction of the fault, and then finds the default action.
+/// Lets the process die of this very fault: the signal, with its original siginfo, stays pending until the handler has
+/// returned to the faulting instruction, and then takes the default action.
 void leave_to_the_system(int signal, siginfo_t *info) {
   set_default(signal);
   if (syscall(SYS_rt_tgsigqueueinfo, getpid(), gettid(), signal, info) != 0) raise(signal);
 }
 
-/// @return The action found.
+/// @return The previous action.
 struct sigaction install(int signal, void (*handler)(int, siginfo_t *, void *)) {
   struct sigaction action = {}, found = {};
   action.sa_sigaction = handler;
@@ -64,7 +64,7 @@ void on_abort(int, siginfo_t *info, void *context);
 
 void report_fault(siginfo_t *info, void *context, pid_t self) {
   begin_guarding(self);
-  // A heap that finds itself damaged, while a step allocates against the rule, calls abort(); other threads may do so too.
+  // A corrupted heap may call abort() when a step allocates against the rule; other threads may abort too.
   install(SIGABRT, on_abort);
   block_or_unblock_faults(SIG_UNBLOCK);
   const fault fault = {info, static_cast<ucontext_t *>(context), self};
@@ -80,7 +80,8 @@ void wait_for_death() {
   }
 }
 
-/// The first fault of the process is reported, one inside the report ends the step or the report, other threads wait.
+/// The first fault of the process is reported; a fault inside the report ends the step or the report; other threads
+/// wait.
 void report_once(siginfo_t *info, void *context) {
   const pid_t self = gettid();
   pid_t reporter = 0;
@@ -97,12 +98,12 @@ void on_fault(int signal, siginfo_t *info, void *context) {
   leave_to_the_system(signal, info);
 }
 
-/// In place from an uncaught exception on, or from a report on.
+/// Installed on an uncaught exception, or when a report begins.
 void on_abort(int, siginfo_t *info, void *context) { report_once(info, context); }
 
-/// An exception that nobody catches: its thrower's frames are still on the stack, below this function. The signal of the coming
-/// death is raised early, once, so that its handler finds the registers in the form that the report knows. A handler that
-/// the program has for that death gets it afterwards.
+/// An uncaught exception: the thrower's frames are still on the stack, below this function. SIGABRT is raised early,
+/// once, so that its handler gets the registers in the form the report expects. The program's own handler for it runs
+/// afterwards.
 [[noreturn]] void on_terminate() {
   if (std::current_exception()) {
     const struct sigaction found = install(SIGABRT, on_abort);
@@ -111,7 +112,7 @@ void on_abort(int, siginfo_t *info, void *context) { report_once(info, context);
     sigaction(SIGABRT, &found, nullptr);
   }
   const std::terminate_handler next = s_next_terminate;
-  // One of the program's own may wait for its threads; the library's is the death itself.
+  // The program's own handler may wait for its threads; the C++ runtime's ends the process at once.
   if (next != __gnu_cxx::__verbose_terminate_handler) release_all_threads();
   if (next) next();
   std::abort();

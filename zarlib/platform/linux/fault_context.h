@@ -1,4 +1,4 @@
-// What a fault is on Linux.
+// A fault on Linux.
 #pragma once
 
 #include <csignal>
@@ -9,7 +9,7 @@ namespace zar::platform {
 
 struct fault {
   const siginfo_t *info;
-  ucontext_t *context; ///< the registers as the system pushed them for the handler that reports
+  ucontext_t *context; ///< the registers as the system pushed them for the reporting handler
   pid_t thread;
 };
 

@@ -9,7 +9,7 @@ namespace zar::platform {
 
 namespace {
 
-/// Writes until all is out or the system refuses. @return How many bytes arrived.
+/// Writes until everything is out or a write fails. @return The number of bytes written.
 size_t write_bytes(int file, const char *data, size_t size) {
   size_t done = 0;
   while (done < size) {
@@ -31,7 +31,7 @@ void take_back(int file, size_t size) {
   if (ftruncate(file, start) == 0) lseek(file, start, SEEK_SET);
 }
 
-// A pipe or a device has nothing that could be forced to a disk.
+// A pipe or a device has nothing to flush to disk.
 bool force_to_disk(int file) { return fsync(file) == 0 || errno == EINVAL || errno == EROFS; }
 
 } // namespace
@@ -66,7 +66,7 @@ bool read_whole_file(const std::string &path, std::string &content) {
   const descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat facts;
   if (!file || fstat(file.get(), &facts) != 0) return false;
-  // One byte more than the size, so that a file that is as long as it says ends at the second read without growing.
+  // One byte more than the size, so that a file of exactly its stated size ends at the second read without growing.
   size_t room = S_ISREG(facts.st_mode) ? static_cast<size_t>(facts.st_size) + 1 : 4096;
   for (size_t done = content.size();; room = std::max<size_t>(room / 2, 4096)) {
     content.resize(done + room);

@@ -10,7 +10,7 @@ namespace zar::platform {
 
 namespace {
 
-// The system's own bits for sockets and block devices hold the directory's bit.
+// The system's own type codes for sockets and block devices include the directory bit.
 unsigned type_bits(mode_t mode) {
   if (S_ISREG(mode)) return 0x8000;
   if (S_ISDIR(mode)) return 0x4000;
@@ -18,8 +18,7 @@ unsigned type_bits(mode_t mode) {
 }
 
 bool copy_bytes(int from, int to) {
-  // The kernel may share the blocks. Whatever it declines, and all it leaves, goes the plain way from the same
-  // positions.
+  // The kernel may share the blocks. Whatever it declines or leaves is copied the plain way from the same positions.
   while (copy_file_range(from, nullptr, to, nullptr, 1 << 30, 0) > 0) {
   }
   std::vector<char> piece(128 * 1024);
@@ -36,7 +35,7 @@ bool copy_bytes(int from, int to) {
   }
 }
 
-/// Takes the name first, so that nobody else can, and then renames over what was put there.
+/// Claims the name first, so that nobody else can, and then renames over the placeholder.
 bool rename_onto_claim(const char *from, const char *to) {
   struct stat facts;
   if (lstat(from, &facts) != 0) return false;
@@ -48,8 +47,8 @@ bool rename_onto_claim(const char *from, const char *to) {
   return false;
 }
 
-/// For file systems that cannot rename without replacing. A second name for the file can never be lost half-way;
-/// directories, and files where there are no second names, go by a claim.
+/// For file systems without RENAME_NOREPLACE. With a hard link the file can never be lost halfway; directories, and
+/// files on systems without hard links, use a claim.
 bool rename_by_link(const char *from, const char *to) {
   if (linkat(AT_FDCWD, from, AT_FDCWD, to, 0) != 0)
     return (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS) && rename_onto_claim(from, to);
@@ -85,7 +84,7 @@ bool is_same_file(const std::string &a, const std::string &b) {
 }
 
 bool copy_file(const std::string &from, const std::string &to) {
-  // Nothing but regular files is read, and a pipe at either end must not make the call wait.
+  // Only regular files are read, and a pipe at either end must not block the call.
   const descriptor source(open(from.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   struct stat read_from, written_to;
   if (!source || fstat(source.get(), &read_from) != 0 || !S_ISREG(read_from.st_mode)) return false;
@@ -95,7 +94,7 @@ bool copy_file(const std::string &from, const std::string &to) {
 
   const bool regular = S_ISREG(written_to.st_mode);
   bool copied = !regular || ftruncate(target.get(), 0) == 0;
-  // Behind the bytes that a file held, and ahead of the new ones: neither are open to more eyes than they were.
+  // After the old bytes are gone and before the new ones arrive, so that neither is exposed to more users than before.
   if (copied && regular) fchmod(target.get(), read_from.st_mode & 0777);
   copied = copied && copy_bytes(source.get(), target.get());
   copied = close(target.release()) == 0 && copied;

@@ -1,4 +1,4 @@
-// A lock of one word for the threads of this process, not recursive. All zero is free.
+// A non-recursive one-word lock for the threads of this process. All zero means free.
 #pragma once
 
 #include <atomic>
@@ -15,7 +15,7 @@ public:
   bool try_lock() {
     int free = 0;
     if (!__libc_single_threaded) return m_word.compare_exchange_strong(free, held, std::memory_order_acquire);
-    // A process of one thread needs no bus lock for it.
+    // A single-threaded process needs no atomic read-modify-write.
     if (m_word.load(std::memory_order_relaxed) != 0) return false;
     m_word.store(held, std::memory_order_relaxed);
     return true;
@@ -34,10 +34,10 @@ public:
 
 private:
   static constexpr int held = 1;
-  static constexpr int waited_for = 2; // held, and perhaps somebody sleeps
+  static constexpr int waited_for = 2; // held, and somebody may be sleeping
 
   [[gnu::noinline]] void wait() {
-    // A short wait is cheaper than a sleep; a holder needs the processor only for a few instructions.
+    // Spinning briefly is cheaper than sleeping; a holder needs the processor only for a few instructions.
     for (int i = 0; i < 40; ++i) {
       int free = 0;
       if (m_word.load(std::memory_order_relaxed) == 0 &&
@@ -49,7 +49,7 @@ private:
   }
 
   [[gnu::noinline]] void futex(int operation, int value) {
-    const int kept = errno; // callers may take a lock between a failure and the look at its cause
+    const int kept = errno; // callers may take a lock between a failure and reading its cause
     syscall(SYS_futex, reinterpret_cast<int *>(&m_word), operation | FUTEX_PRIVATE_FLAG, value, nullptr, nullptr, 0);
     errno = kept;
   }

@@ -13,7 +13,7 @@ namespace zar::platform {
 
 namespace {
 
-/// A running step and what to go back to when it breaks off.
+/// A running step and where to resume when it is aborted.
 struct step {
   sigjmp_buf resume;
   timespec deadline;
@@ -37,12 +37,12 @@ bool is_over(const timespec &deadline) {
   return time.tv_sec != deadline.tv_sec ? time.tv_sec > deadline.tv_sec : time.tv_nsec >= deadline.tv_nsec;
 }
 
-/// The program may have a timer that rings by the same signal; it must not end a step.
+/// The program may have a timer with the same signal; it must not end a step.
 void on_alarm(int) {
   if (s_guarded == gettid() && s_step && is_over(s_step->deadline)) break_off_step();
 }
 
-/// Lets the timer ring at the end of the innermost step, or not at all.
+/// Arms the timer for the end of the innermost step, or disarms it.
 void set_timer() {
   if (!s_has_timer) return;
   itimerspec when = {};
@@ -68,7 +68,7 @@ void leave(const step &done) {
 
 } // namespace
 
-// The timer is made by the system call: the library's function may allocate, and rings on any thread.
+// The timer is created by the raw system call: the library's function may allocate, and may notify any thread.
 void begin_guarding(pid_t self) {
   struct sigaction action = {};
   action.sa_handler = on_alarm;

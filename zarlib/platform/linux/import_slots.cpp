@@ -22,39 +22,38 @@ namespace {
 
 using word = std::uintptr_t;
 
-constexpr int modules_max = 1024; // at program start
+constexpr int modules_max = 1024; // those loaded at program start
 
-// Other threads read these words at any time, through calls that nobody sees.
+// Other threads read these words at any time, whenever they call through them.
 word load(word &slot) { return std::atomic_ref(slot).load(std::memory_order_relaxed); }
 void store(word &slot, word value) { std::atomic_ref(slot).store(value, std::memory_order_release); }
 
-/// Calls visit(slot, symbol, is_call) for each word of a table of relocations that names a function or an object.
+/// Calls visit(slot, symbol, is_call) for each word in a relocation table that refers to a function or an object.
 template <class Visit>
 void visit_table(const elf_module &module, const Elf64_Rela *table, std::uint64_t bytes, Visit &visit) {
   for (const Elf64_Rela *entry = table, *const end = table + bytes / sizeof *table; entry != end; ++entry) {
     const auto type = ELF64_R_TYPE(entry->r_info);
     if (type != R_X86_64_JUMP_SLOT && type != R_X86_64_GLOB_DAT) continue;
     const word address = module.base() + entry->r_offset;
-    // What is out of line may lie on two pages, and does not change in one store.
+    // A misaligned word may span two pages, and cannot be changed in one store.
     if (address % sizeof(word) != 0) continue;
     visit(*reinterpret_cast<word *>(address), ELF64_R_SYM(entry->r_info), type == R_X86_64_JUMP_SLOT);
   }
 }
 
-/// The same for all words of the module's global offset table. The kernel's page has none.
+/// The same for the module's whole global offset table. The vDSO has none.
 template <class Visit>
 void visit_slots(const elf_module &module, Visit visit) {
   const auto *const calls = module.table<Elf64_Rela>(DT_JMPREL);
   if (calls && module.value(DT_PLTREL) == DT_RELA) visit_table(module, calls, module.value(DT_PLTRELSZ), visit);
   const auto *const others = module.table<Elf64_Rela>(DT_RELA);
-  // Those without a symbol come first, and there may be very many.
+  // Relocations without a symbol come first, and there may be very many.
   const std::uint64_t bytes = module.value(DT_RELASZ), passed_over = module.value(DT_RELACOUNT);
   if (others && passed_over <= bytes / sizeof *others)
     visit_table(module, others + passed_over, bytes - passed_over * sizeof *others, visit);
 }
 
-/// A word that waits for its first call, told after the visit: where it stands, and the version of the function it asks
-/// for.
+/// A lazily bound word, recorded for use after the visit: its module, and the version of the function it needs.
 struct unbound_word {
   char module_path[PATH_MAX];
   char version[256];
@@ -68,11 +67,11 @@ struct unbound_word {
 };
 
 bool waits_for(const char *name, const elf_module &module, word value, size_t symbol) {
-  // Until then it leads back into the module's own code, which goes to the loader.
+  // Until bound, it points back into the module's own code, which calls the loader.
   return module.pages().contains(value) && std::strcmp(module.symbol_name(symbol), name) == 0;
 }
 
-/// A program that takes a function's address may offer an entry of its own table of calls as that address to all modules; calls are not
+/// A program that takes a function's address may export its own PLT entry as that address to all modules; calls are not
 /// bound to it.
 bool is_stand_in(void *address) {
   Dl_info info;
@@ -81,7 +80,7 @@ bool is_stand_in(void *address) {
          static_cast<const Elf64_Sym *>(symbol)->st_shndx == SHN_UNDEF;
 }
 
-/// The first module behind the program that defines the function.
+/// The first definition of the function in the modules after the program.
 void *find_behind_program(const imported_function &function, const char *version) {
   HINSTANCE modules[modules_max];
   const int count = list_loaded_modules(modules, modules_max);
@@ -90,15 +89,14 @@ void *find_behind_program(const imported_function &function, const char *version
   return address;
 }
 
-/// What the first call will be bound to: what every module sees comes first, then what this one needs.
+/// What the first call will be bound to: the global scope comes first, then the module's own dependencies.
 void *find_binding(const imported_function &function, const unbound_word &unbound) {
   void *const global = module_reference("").find(function.name, unbound.version);
   if (!global) return module_reference(unbound.module_path).find(function.name, unbound.version);
   return is_stand_in(global) ? find_behind_program(function, unbound.version) : global;
 }
 
-/// The region of a page; null when the system does not show it. Outside the heap: it may be the heap that is being
-/// replaced.
+/// The region of a page; null if the system does not list it. Avoids the heap, which may be what is being replaced.
 const memory_region *region_at(word page, page_rights *&rights) {
   if (!rights) {
     void *const room = reserve_pages(sizeof(page_rights));
@@ -109,13 +107,13 @@ const memory_region *region_at(word page, page_rights *&rights) {
   return region != rights->map.end() && region->start <= page ? region : nullptr;
 }
 
-/// Changes a word and leaves the rights to its page as they were.
+/// Changes a word and preserves the protection of its page.
 void change(const elf_module &module, word &slot, word value, page_rights *&rights) {
   const word page = page_start(reinterpret_cast<word>(&slot));
   const memory_region *const region = region_at(page, rights);
   if (!region) return;
   if (region->writable) {
-    // A page that is yet to become read-only belongs to a module that another thread is just loading.
+    // A page that has yet to become read-only belongs to a module that another thread is currently loading.
     if (!module.bound_pages().contains(page)) store(slot, value);
     return;
   }

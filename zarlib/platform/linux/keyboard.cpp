@@ -11,7 +11,7 @@ namespace zar::platform {
 
 namespace {
 
-/// A process that is not in the terminal's foreground would be stopped for reading from it or changing it.
+/// A process outside the terminal's foreground group would be stopped for reading from it or changing it.
 bool in_foreground() {
   const pid_t group = tcgetpgrp(STDIN_FILENO);
   return group == -1 || group == getpgrp();
@@ -21,7 +21,7 @@ void set_mode(const termios &mode) {
   if (in_foreground()) tcsetattr(STDIN_FILENO, TCSANOW, &mode);
 }
 
-/// Single bytes as they come, without echo; the interrupt keys and the output stay as they are.
+/// Single bytes as they arrive, without echo; the interrupt keys and the output are unchanged.
 termios key_mode(termios mode) {
   mode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | IEXTEN);
   mode.c_iflag &= ~static_cast<tcflag_t>(ICRNL | INLCR | IGNCR | ISTRIP | IXON);
@@ -30,7 +30,7 @@ termios key_mode(termios mode) {
   return mode;
 }
 
-// No key's sequence is longer.
+// No key sequence is longer.
 constexpr size_t longest_sequence = 32;
 
 } // namespace
@@ -70,7 +70,7 @@ int keyboard::next_key() {
     m_state->waited = true;
     return -1;
   }
-  // The rest did not come: it was no sequence, but keys pressed one by one.
+  // The rest never came: it was not a sequence but single key presses.
   if (key.length == 0) key = decode_key(std::string_view(pending).substr(0, 1));
   pending.erase(0, key.length);
   m_state->waited = false;

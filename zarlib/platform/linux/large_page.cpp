@@ -13,7 +13,7 @@ void *take_large_page() {
   char *const page = start + ahead;
   if (ahead > 0) munmap(start, ahead);
   munmap(page + large_page_size, large_page_size - ahead);
-  madvise(page, large_page_size, MADV_HUGEPAGE); // where refused, small pages serve
+  madvise(page, large_page_size, MADV_HUGEPAGE); // if refused, small pages will do
   return page;
 }
 

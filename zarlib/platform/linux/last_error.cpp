@@ -11,7 +11,7 @@ void set_last_error(unsigned code) { errno = static_cast<int>(code); }
 
 std::string error_text(unsigned code) {
   const int number = static_cast<int>(code);
-  // strerror makes up a text for a number that means nothing.
+  // strerror makes up a text for an unknown number.
   if (!strerrordesc_np(number)) return {};
   char buffer[256];
   return strerror_r(number, buffer, sizeof buffer);

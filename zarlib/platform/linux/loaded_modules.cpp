@@ -10,8 +10,8 @@ namespace zar::platform {
 
 namespace {
 
-/// Compares a name with those of modules. The program has no path of its own, so its own is asked for outside of
-/// visits.
+/// Compares a name with those of modules. The program has no path in the loader's list, so its path is read beforehand,
+/// outside any visit.
 class name_test {
 public:
   explicit name_test(const char *name) : m_name(name), m_program(executable_path()) {}

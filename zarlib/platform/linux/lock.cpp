@@ -1,5 +1,5 @@
-// A futex lock of its own: a lock around the C library's recursive mutex could not be as fast as that one, and every singleton
-// and every table goes through this one.
+// Our own futex lock: a wrapper around the C library's recursive mutex could not be as fast as that mutex, and every
+// singleton and every table goes through this lock.
 #include "zarlib/platform/lock.h"
 
 #include "zarlib/platform/linux/futex_lock.h"
@@ -14,7 +14,7 @@ namespace {
 
 struct recursive_lock {
   futex_lock word;
-  int repeats = 0; // entries of the holder beyond the first; only the holder touches it
+  int repeats = 0; // entries by the holder beyond the first; accessed by the holder only
   std::atomic<unsigned long> owner{0};
 };
 

@@ -11,11 +11,11 @@ namespace zar::platform {
 
 namespace {
 
-// The system's own limit of regions stands at 65530 unless somebody has raised it.
+// The system's default limit is 65530 regions.
 constexpr size_t regions_max = 131072;
 constexpr size_t text_max = 32u << 20;
 
-/// The whole of a file of /proc, up to the room.
+/// Reads a whole /proc file, up to the capacity.
 std::string_view read_whole(const char *path, char *room, size_t capacity) {
   const int file = open(path, O_RDONLY | O_CLOEXEC);
   if (file < 0) return {};
@@ -30,7 +30,7 @@ std::string_view read_whole(const char *path, char *room, size_t capacity) {
   return {room, length};
 }
 
-/// Takes the text up to `end`, and `end` itself, off a line.
+/// Removes the text up to `end`, and `end` itself, from the front of a line.
 std::string_view take(std::string_view &line, char end) {
   const size_t at = std::min(line.find(end), line.size());
   const std::string_view result = line.substr(0, at);
@@ -65,7 +65,7 @@ memory_region parse(std::string_view line) {
 
 memory_map::memory_map() : m_text(reserve_array<char>(text_max)), m_regions(reserve_array<memory_region>(regions_max)) {
   if (!m_text || !m_regions) return;
-  // The thread's own entry: that of the process is empty once its first thread has ended.
+  // The thread's own entry: the process's is empty once its main thread has ended.
   std::string_view text = read_whole("/proc/thread-self/maps", m_text, text_max);
   while (!text.empty() && m_count < regions_max) m_regions[m_count++] = parse(take(text, '\n'));
 }

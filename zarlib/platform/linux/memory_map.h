@@ -13,10 +13,10 @@ struct memory_region {
   bool readable;
   bool writable;
   bool executable;
-  std::string_view path; ///< empty for memory of no file
+  std::string_view path; ///< empty for memory without a file
 };
 
-/// The map as it is at construction, in ascending order. Works in a dying process, without the heap.
+/// A snapshot of the map at construction, in ascending order. Works in a dying process, without the heap.
 class memory_map {
 public:
   memory_map();
@@ -26,7 +26,7 @@ public:
   const memory_region *begin() const { return m_regions; }
   const memory_region *end() const { return m_regions + m_count; }
 
-  /// The first region that ends above the address, end() when there is none.
+  /// The first region that ends above the address; end() if there is none.
   const memory_region *at_or_above(std::uint64_t address) const;
 
 private:

@@ -16,12 +16,12 @@ namespace {
 constexpr std::uint64_t size_max = 256u << 20;
 constexpr std::uint64_t page = 4096;
 
-/// The system call itself: it answers for bad addresses, and nothing in between looks at the bytes first.
+/// The raw system call: it reports bad addresses, and nothing in between reads the bytes first.
 ssize_t write_raw(int file, const void *bytes, size_t length, std::uint64_t place) {
   return syscall(SYS_pwrite64, file, bytes, length, place);
 }
 
-/// Takes the next code point off a text; a byte that does not belong becomes U+FFFD.
+/// Removes the next code point from the front of a text; an invalid byte becomes U+FFFD.
 char32_t take_code_point(std::string_view &text) {
   const auto first = static_cast<unsigned char>(text.front());
   text.remove_prefix(1);
@@ -55,7 +55,7 @@ void minidump_file::write_at(std::uint64_t place, const void *bytes, size_t leng
   while (at < end) {
     const ssize_t count = write_raw(m_file, reinterpret_cast<const void *>(at), end - at, place);
     if (count < 0 && errno == EINTR) continue;
-    // Over a page that cannot be read; the file keeps a hole there, which reads as zeros.
+    // Skips an unreadable page; the file keeps a hole there, which reads as zeros.
     const std::uintptr_t step = count > 0 ? static_cast<std::uintptr_t>(count) : std::min(page - at % page, end - at);
     m_failed = m_failed || (count < 0 && errno != EFAULT);
     at += step;

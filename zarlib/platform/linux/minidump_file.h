@@ -1,4 +1,4 @@
-// A minidump file under construction: blocks one behind the other, and a directory of streams that points to them.
+// A minidump file under construction: consecutive blocks, and a directory of streams that points to them.
 #pragma once
 
 #include "zarlib/platform/linux/minidump_format.h"
@@ -10,7 +10,7 @@ namespace zar::platform {
 /// Works in a dying process: plain system calls, no heap. What cannot be written stays zero in the file.
 class minidump_file {
 public:
-  /// Makes the file anew, for its owner only.
+  /// Creates or truncates the file; a new one is accessible to its owner only.
   explicit minidump_file(const char *path);
   minidump_file(const minidump_file &) = delete;
   minidump_file &operator=(const minidump_file &) = delete;
@@ -21,23 +21,23 @@ public:
   /// The room left below the size limit of a dump.
   std::uint64_t room() const;
 
-  /// Appends a block and tells its place. Any address may be given; what cannot be read there becomes zeros.
+  /// Appends a block and returns its location. Any address may be given; unreadable memory becomes zeros.
   minidump::location append(const void *bytes, size_t length);
   template <class Value>
   minidump::location append(const Value &value) {
     return append(&value, sizeof value);
   }
 
-  /// Appends a text in the format's own form: its length in bytes, then UTF-16, ended. @return Its rva.
+  /// Appends a text in the format's own form: its length in bytes, then NUL-terminated UTF-16. @return Its rva.
   std::uint32_t append_text(std::string_view utf8);
 
-  /// Appends the content of a file of /proc, read to its end.
+  /// Appends the content of a /proc file, read to its end.
   minidump::location append_file(const char *path);
 
-  /// Lets the block that was appended last grow. @return Its place with the new size.
+  /// Extends the block appended last. @return Its location with the new size.
   minidump::location extend(minidump::location last, const void *bytes, size_t length);
 
-  /// Appends a count and an array, the form of the list streams.
+  /// Appends a count and an array, the layout of list streams.
   template <class Value>
   minidump::location append_list(const Value *values, size_t count) {
     return extend(append(static_cast<std::uint32_t>(count)), values, count * sizeof(Value));
@@ -45,7 +45,7 @@ public:
 
   void add_stream(minidump::stream_type type, minidump::location place);
 
-  /// Writes header and directory. @return Whether all system calls that wrote known memory have succeeded.
+  /// Writes header and directory. @return Whether every write succeeded; unreadable memory is not a failure.
   bool finish();
 
 private:

@@ -1,6 +1,6 @@
-// The minidump file format, as far as the library writes it. docs/formats/minidump.md tells it with an example.
+// The minidump file format, as far as the library writes it; docs/formats/minidump.md describes it with an example.
 //
-// All numbers are little-endian; places in the file ("rva") are counted from its first byte.
+// All numbers are little-endian; file offsets ("rva") are counted from the first byte.
 #pragma once
 
 #include <cstddef>
@@ -73,7 +73,7 @@ struct module {
   std::uint64_t reserved[2];
 };
 
-/// The code view record of an ELF module: this mark, and then the bytes of the build id.
+/// The CodeView record of an ELF module: this mark, then the bytes of the build id.
 constexpr std::uint32_t build_id_mark = 0x4270454C; // "LEpB"
 
 struct exception {
@@ -127,7 +127,7 @@ struct context_amd64 {
   std::uint64_t debug[6];
   std::uint64_t rax, rcx, rdx, rbx, rsp, rbp, rsi, rdi, r8, r9, r10, r11, r12, r13, r14, r15;
   std::uint64_t rip;
-  std::uint8_t floating_point[512]; ///< as the FXSAVE instruction lays it out
+  std::uint8_t floating_point[512]; ///< in FXSAVE layout
   std::uint64_t vectors[52];
   std::uint64_t vector_control;
   std::uint64_t debug_control[5];

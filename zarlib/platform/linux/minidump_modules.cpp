@@ -19,10 +19,10 @@ constexpr size_t name_max = 4096;
 constexpr size_t dynamic_max = 256;
 constexpr std::uint64_t page_mask = ~std::uint64_t{4095};
 
-/// An ELF image in memory, told by its own headers.
+/// An ELF image in memory, described by its own headers.
 class elf_image {
 public:
-  /// @return Whether an image begins there.
+  /// @return Whether an image starts there.
   bool read(std::uint64_t start) {
     Elf64_Ehdr head;
     if (!read_value(start, head) || std::memcmp(head.e_ident, ELFMAG, SELFMAG) != 0) return false;
@@ -35,7 +35,7 @@ public:
   std::uint64_t start() const { return m_start; }
   std::uint64_t end() const { return m_start + m_size; }
 
-  /// Copies the build id. @return Its length, 0 without one.
+  /// Copies the build id. @return Its length, 0 if there is none.
   size_t build_id(unsigned char *to, size_t capacity) const {
     for (size_t i = 0; i < m_count; ++i) {
       const Elf64_Phdr &segment = m_segments[i];
@@ -78,7 +78,7 @@ private:
   size_t m_count = 0;
 };
 
-/// Files that are only read have no part that can run.
+/// Files mapped only as data have no executable part.
 bool has_code(const memory_map &map, const elf_image &image) {
   for (const memory_region *region = map.at_or_above(image.start()); region != map.end() && region->start < image.end();
        ++region)
@@ -110,7 +110,7 @@ void write_module_list(minidump_file &file, const memory_map &map) {
   for (const memory_region &region : map) {
     if (region.start < covered || region.offset != 0 || !region.readable || region.path.empty() || count == modules_max)
       continue;
-    // Reading from a mapped device may be more than reading.
+    // Reading from a mapped device may have side effects.
     if (region.path.starts_with("/dev/")) continue;
     elf_image image;
     if (!image.read(region.start) || !has_code(map, image)) continue;

@@ -6,8 +6,8 @@
 
 namespace zar::platform {
 
-/// The ELF images that the process has mapped for running, by the map and their own headers, with their build ids. The loader
-/// is not asked: its list may be what broke the process.
+/// The ELF images that the process has mapped for execution, found through the memory map and their own headers, with
+/// their build ids. The loader is not asked: its list may be what broke the process.
 void write_module_list(minidump_file &file, const memory_map &map);
 
 /// The loader's own list, as far as it can be followed.

@@ -16,7 +16,7 @@ struct named_event {
 
 namespace {
 
-/// 1 while signalled, else 0; at the start of the object's data. A new object's zero is right.
+/// 1 while signalled, otherwise 0; at the start of the object's data. Zero is right for a new object.
 using event_word = std::atomic<std::uint32_t>;
 static_assert(sizeof(event_word) == 4 && event_word::is_always_lock_free, "a storage format, and a futex");
 
@@ -53,7 +53,7 @@ bool set_event(named_event *event) {
 }
 
 void reset_event(named_event *event) {
-  if (event) word_of(*event->object).exchange(0); // a full barrier: what is read next is not read before
+  if (event) word_of(*event->object).exchange(0); // a full barrier: no later read moves ahead of it
 }
 
 bool wait_event(named_event *event, int milliseconds) {

@@ -24,7 +24,7 @@ named_mapping *create_mapping(const std::string &name, unsigned bytes, bool &cre
   return bytes == 0 ? nullptr : handle_on(shared_object::open(mapping_type, name, bytes, created));
 }
 
-// A handle has its view from the start, and one view serves all handles of a process.
+// A handle has its view from the start, and one view serves all handles in a process.
 void *map_view(named_mapping *mapping) { return mapping->object->data(); }
 
 void unmap_view(void *) {}

@@ -16,7 +16,7 @@ struct named_mutex {
 
 namespace {
 
-/// The object's data. The C library's mutex decides who holds; the other two words belong to the holder, and only he writes them.
+/// The object's data. The C library's mutex decides who holds it; only the holder writes the other two words.
 struct mutex_state {
   pthread_mutex_t lock;
   std::atomic<std::uint32_t> owner; // thread id, 0 while free; left behind by a dead holder
@@ -35,8 +35,8 @@ void prepare(void *data) {
   pthread_mutexattr_destroy(&attributes);
 }
 
-/// Whether a thread of this process holds the mutex: the mutex stands in that thread's list of robust mutexes then, and must
-/// stay where it is until the thread ends.
+/// Whether a thread of this process holds the mutex: it is then in that thread's robust list, and must stay mapped
+/// until the thread ends.
 bool held_by_this_process(const void *data) {
   const std::uint32_t owner = static_cast<const mutex_state *>(data)->owner.load(std::memory_order_relaxed);
   return owner != 0 && access(("/proc/self/task/" + std::to_string(owner)).c_str(), F_OK) == 0;
@@ -56,7 +56,7 @@ private:
 };
 
 #ifdef __SANITIZE_THREAD__
-// The sanitizer's run-time library understands a dead holder in this call only.
+// ThreadSanitizer's run-time recognises a dead holder only in this call.
 int lock_within(pthread_mutex_t &lock, std::chrono::nanoseconds slice) {
   const auto end = wait_limit::clock::now() + slice;
   for (;;) {

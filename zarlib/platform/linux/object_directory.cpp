@@ -13,7 +13,7 @@ namespace zar::platform {
 
 namespace {
 
-constexpr size_t longest_plain_name = 200; // of the 255 bytes that a file name may have
+constexpr size_t longest_plain_name = 200; // of the 255 bytes allowed in a file name
 constexpr size_t kept_of_long_name = 160;
 
 void before_fork() { object_lock().lock(); }
@@ -21,7 +21,7 @@ void after_fork() { object_lock().unlock(); }
 
 const int fork_watch = pthread_atfork(before_fork, after_fork, after_fork);
 
-/// Outside the heap, as destructors need it.
+/// Not on the heap, because destructors need it.
 struct folder_path {
   char text[32];
   folder_path() { std::snprintf(text, sizeof text, "/dev/shm/zarlib-%u", geteuid()); }
@@ -37,13 +37,13 @@ bool belongs_to_us_alone(const struct stat &status) {
   return status.st_uid == geteuid() && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
 }
 
-/// Whether the folder that was locked is still the one under the path: its last user may have removed it meanwhile.
+/// Whether the locked directory is still the one at the path: its last user may have removed it meanwhile.
 bool still_stands(const struct stat &locked, const char *path) {
   struct stat now;
   return lstat(path, &now) == 0 && now.st_ino == locked.st_ino && now.st_dev == locked.st_dev;
 }
 
-/// The umask of its maker may have taken rights from the owner too.
+/// The creator's umask may have taken permissions from the owner too.
 bool give_owner_rights(const char *path) {
   struct stat status;
   return lstat(path, &status) == 0 && S_ISDIR(status.st_mode) && belongs_to_us_alone(status) &&
@@ -51,7 +51,7 @@ bool give_owner_rights(const char *path) {
 }
 
 descriptor lock_folder(const char *path) {
-  // Others make and remove it meanwhile; but something else than its rights may keep us out, too.
+  // Others create and remove it meanwhile; but something other than its permissions may also keep us out.
   for (int refusals = 0;;) {
     descriptor folder(open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!folder) {
@@ -103,9 +103,9 @@ object_directory::object_directory() : m_folder(lock_folder(folder_path().text))
 
 object_directory::~object_directory() {
   if (!m_folder) return;
-  const int reason = errno; // of a refusal, for the caller
+  const int reason = errno; // of a failure, for the caller
   rmdir(folder_path().text);
-  // By word, not by closing: a process that is being started at this moment may have a copy of the descriptor.
+  // Unlocked explicitly, not by closing: a process being started right now may have a copy of the descriptor.
   flock(m_folder.get(), LOCK_UN);
   errno = reason;
 }
@@ -128,7 +128,7 @@ descriptor object_directory::create(const std::string &file_name) const {
   const int how = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
   constexpr mode_t rights = S_IRUSR | S_IWUSR;
   descriptor file(openat(m_folder.get(), file_name.c_str(), how, rights));
-  // Once more, whatever the umask says.
+  // Set again, whatever the umask.
   if (!file || (fchmod(file.get(), rights) == 0 && lock_file(file.get(), LOCK_SH | LOCK_NB))) return file;
   remove(file_name);
   return descriptor(-1);

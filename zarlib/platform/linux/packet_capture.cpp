@@ -21,7 +21,7 @@ namespace zar::platform {
 
 namespace {
 
-// What libpcap publishes, as far as it is used here.
+// The part of libpcap's public interface that is used here.
 struct pcap;
 struct pcap_interface {
   pcap_interface *next;
@@ -33,7 +33,7 @@ struct pcap_frame_header {
 };
 constexpr int link_ethernet = 1, error_text_size = 256;
 
-/// The library's entry points; `found` only when all are there.
+/// The library's entry points; `found` only if all are present.
 struct pcap_library {
   void *module = nullptr;
   bool found = true;
@@ -80,7 +80,7 @@ private:
   }
 };
 
-/// Bound at the first call and never given back.
+/// Bound on first use and never unloaded.
 const pcap_library &library() {
   static const pcap_library &bound = *new pcap_library;
   return bound;
@@ -91,7 +91,7 @@ struct pcap_closer {
 };
 using pcap_handle = std::unique_ptr<pcap, pcap_closer>;
 
-/// What is in front of each frame in a buffer that was read into.
+/// Precedes each frame in a read buffer.
 struct record {
   std::uint32_t seconds, microseconds, captured, length;
   std::uint16_t distance, unused;
@@ -99,10 +99,10 @@ struct record {
 static_assert(offsetof(record, distance) == record_distance_offset);
 
 constexpr int whole_frame = 65535;
-// Room for 64 of the longest frames; where the adapter never joins frames, for thousands.
+// Room for 64 of the longest frames, or for thousands if the adapter never coalesces frames.
 constexpr int kept_bytes = 4 << 20;
 
-/// A handle that captures; null where there is none, or what it captures is no Ethernet.
+/// A capturing handle; null if there is none, or it does not capture Ethernet.
 pcap_handle open_capture(const char *name) {
   const pcap_library &pcap = library();
   char error[error_text_size];
@@ -170,7 +170,7 @@ capture_adapter *packet_open_adapter(const char *name) {
 
 void packet_close_adapter(capture_adapter *adapter) { delete adapter; }
 
-// Opening does not switch it, so it is asked of the socket below. The kernel drops it with the last descriptor.
+// Opening does not enable it, so it is set on the underlying socket. The kernel drops it with the last descriptor.
 bool packet_set_hw_filter(capture_adapter *adapter, unsigned filter) {
   if (!adapter) return false;
   const bool promiscuous = (filter & filter_promiscuous) != 0;
@@ -198,7 +198,7 @@ bool packet_set_read_timeout(capture_adapter *adapter, int milliseconds) {
   return adapter;
 }
 
-// The ring is made once, when the adapter is opened.
+// The ring is allocated once, when the adapter is opened.
 bool packet_set_buff(capture_adapter *adapter, int bytes) { return adapter && bytes <= kept_bytes; }
 
 capture_packet *packet_allocate_packet() { return new (std::nothrow) capture_packet; }

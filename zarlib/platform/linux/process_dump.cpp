@@ -14,7 +14,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
-// All of this runs in a dying process: system calls, arithmetic, and room that is reserved outside the heap.
+// All of this runs in a dying process: only system calls, arithmetic, and room reserved outside the heap.
 
 namespace zar::platform {
 
@@ -25,11 +25,12 @@ namespace {
 constexpr int time_limit = 20000; // milliseconds
 constexpr size_t ranges_max = 8194;
 
-// Of the stack of the thread that faulted all that is in use, up to this; of the other ones' the part that tells most.
+// The faulting thread's stack is dumped as far as it is in use, up to this limit; of other stacks, the most telling
+// part.
 constexpr std::uint64_t own_stack_max = 64u << 20;
 constexpr std::uint64_t other_stack_max = 256u << 10;
 
-// How far below a stack its overflow may point: a frame may be larger than a guard page.
+// How far below its stack an overflow may point: a frame may be larger than a guard page.
 constexpr std::uint64_t overflow_max = 1u << 20;
 constexpr std::uint64_t red_zone = 128;
 constexpr std::uint64_t code_before = 128, code_around = 256;
@@ -77,7 +78,7 @@ context_amd64 registers_of(const stopped_thread &thread) {
   return result;
 }
 
-/// The threads, and the memory that is dumped for them.
+/// The threads, and the memory dumped for them.
 class thread_writer {
 public:
   thread_writer(minidump_file &file, const memory_map &map)
@@ -86,7 +87,7 @@ public:
 
   bool has_room() const { return m_threads && m_ranges && m_thread_count < ranges_max / 2; }
 
-  /// @return Where the registers stand in the file.
+  /// @return The location of the registers in the file.
   /// REQUIRES: has_room()
   location add(pid_t id, const context_amd64 &registers, std::uint64_t stack_max) {
     thread &entry = m_threads[m_thread_count++];
@@ -103,7 +104,7 @@ public:
   }
 
 private:
-  /// From the stack pointer to the end of its region; of a stack that has overflowed, from its lowest byte on.
+  /// From the stack pointer to the end of its region; for an overflowed stack, from its lowest byte.
   memory_range add_stack(std::uint64_t sp, std::uint64_t most) {
     const memory_region *region = m_map.at_or_above(sp);
     while (region != m_map.end() && !(region->readable && region->writable)) ++region;
@@ -112,7 +113,7 @@ private:
     return add_range(start, std::min({region->end - start, most, m_file.room()}));
   }
 
-  /// What a debugger needs to show the instruction where it lacks the program.
+  /// What a debugger needs to show the instruction if it lacks the program.
   void add_code(std::uint64_t pc) {
     const memory_region *const region = m_map.at_or_above(pc);
     if (region == m_map.end() || region->start > pc || !region->readable) return;
@@ -154,7 +155,7 @@ void write_exception(minidump_file &file, const fault &fault, location context) 
   record.thread = static_cast<std::uint32_t>(fault.thread);
   record.code = static_cast<std::uint32_t>(fault.info->si_signo);
   record.flags = static_cast<std::uint32_t>(fault.info->si_code);
-  // A signal that was sent has no address; the sender's numbers stand there.
+  // A signal that was sent has no address; that field holds the sender's ids.
   if (fault.info->si_code > 0) record.address = reinterpret_cast<std::uintptr_t>(fault.info->si_addr);
   record.context = context;
   file.add_stream(stream_type::exception, file.append(record));
@@ -178,7 +179,7 @@ bool write_all(const char *path, const fault *fault) {
   threads.finish();
 
   write_module_list(file, map);
-  // The environment is left out, and the command line too: they may hold what nobody else should read.
+  // The environment and the command line are left out: they may hold secrets.
   file.add_stream(stream_type::linux_maps, file.append_file("/proc/thread-self/maps"));
   file.add_stream(stream_type::linux_proc_status, file.append_file("/proc/self/status"));
   file.add_stream(stream_type::linux_auxv, file.append_file("/proc/thread-self/auxv"));
@@ -191,7 +192,7 @@ bool write_all(const char *path, const fault *fault) {
 bool write_process_dump(const char *path, const fault *fault) {
   bool written = false;
   run_guarded(time_limit, [&] { written = write_all(path, fault); });
-  // Also after a write that was broken off.
+  // Even after an aborted write.
   release_other_threads();
   return written;
 }

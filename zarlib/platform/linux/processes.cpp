@@ -18,7 +18,7 @@ static std::string name_of(const std::string &process) {
 std::vector<process_entry> list_processes() {
   const std::unique_ptr<DIR, int (*)(DIR *)> folder(opendir("/proc"), closedir);
   if (!folder) return {};
-  // Process 1 leads the list even where /proc is mounted so that it hides the processes of others.
+  // Process 1 leads the list even if /proc is mounted so that it hides other users' processes.
   std::vector<process_entry> result = {{1, name_of("1")}};
   while (const dirent *const entry = readdir(folder.get())) {
     const unsigned long id = std::strtoul(entry->d_name, nullptr, 10);

@@ -9,7 +9,7 @@ namespace zar::platform {
 
 static int descriptor_of(void *handle) { return static_cast<int>(reinterpret_cast<std::intptr_t>(handle)); }
 
-// A pipe under that name, with nobody at its other end, must not hold the report up.
+// A FIFO of that name without a reader must not block the report.
 report_file::report_file(const char *path)
     : m_handle(reinterpret_cast<void *>(static_cast<std::intptr_t>(
           open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666)))) {}

@@ -12,8 +12,8 @@ void create_like(const std::string &path, const std::string &model) {
   if (stat(model.c_str(), &wanted) != 0 || !S_ISREG(wanted.st_mode)) return;
   const descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
   if (!file) return;
-  // The owner first: rights given before could serve a stranger. Whoever may not give files away may still give them to
-  // a group of his own; where that fails too, the group that the file has then gets no more than everybody.
+  // The owner first: permissions granted before could serve a stranger. A user who may not give files away may still
+  // assign one of his groups; if that fails too, the file's current group gets no more than others do.
   const bool same_group =
       fchown(file.get(), wanted.st_uid, wanted.st_gid) == 0 || fchown(file.get(), uid_t(-1), wanted.st_gid) == 0;
   mode_t rights = (wanted.st_mode & 0777) | S_IWUSR;

@@ -15,9 +15,9 @@ namespace {
 
 constexpr std::uint32_t layout_number = 1;
 
-/// The start of an object's file; its full name follows, then at a page boundary its data.
+/// The start of an object's file, followed by its full name and, at a page boundary, its data.
 struct object_header {
-  char magic[8]; // written last, so a file without it was left half made
+  char magic[8]; // written last, so a file without it is half made
   std::uint32_t layout;
   std::uint32_t word_bytes;
   std::uint32_t kind;
@@ -56,7 +56,7 @@ bool write_at(int file, const void *source, std::size_t bytes, std::size_t offse
   return pwrite(file, source, bytes, static_cast<off_t>(offset)) == static_cast<ssize_t>(bytes);
 }
 
-/// Gives the file its size and memory for all of it, so that no later access can fail for want of room.
+/// Sets the file's size and allocates all of it, so that no later access can fail for lack of space.
 bool set_aside(int file, std::uint64_t bytes) {
   int result;
   do result = posix_fallocate(file, 0, static_cast<off_t>(bytes));
@@ -64,13 +64,13 @@ bool set_aside(int file, std::uint64_t bytes) {
   return result == 0;
 }
 
-/// The same file, opened apart: without a share in the lock.
+/// The same file, opened separately: it has no share in the lock.
 descriptor open_apart(int file) {
   return descriptor(open(("/proc/thread-self/fd/" + std::to_string(file)).c_str(), O_RDWR | O_CLOEXEC));
 }
 
 memory_view map_data(int file, const object_type &type, const object_header &header) {
-  // A view keeps its open file and, with it, the lock. One that may outlive its handles must not.
+  // A view keeps its open file and with it the lock. One that may outlive its handles must not.
   const descriptor apart = type.is_pinned ? open_apart(file) : descriptor(-1);
   void *const data = mmap(nullptr, header.data_bytes, PROT_READ | PROT_WRITE, MAP_SHARED,
                           type.is_pinned ? apart.get() : file, static_cast<off_t>(header.data_offset));
@@ -83,7 +83,7 @@ bool is_half_made(int file) {
   return !read_at(file, &header, sizeof header, 0) || std::memcmp(header.magic, nothing, sizeof nothing) == 0;
 }
 
-/// The header of a file that holds this very object in this very layout, all of it.
+/// The header of a complete file that holds exactly this object in exactly this layout.
 std::optional<object_header> read_header(int file, const object_type &type, const std::string &name) {
   object_header header;
   std::string stored(name.size(), '\0');
@@ -103,7 +103,7 @@ std::optional<object_header> read_header(int file, const object_type &type, cons
   return header;
 }
 
-/// Fills a new file and maps its data. The magic comes last: until then the file counts as half made.
+/// Fills a new file and maps its data. The magic is written last: until then the file counts as half made.
 memory_view make_object(int file, const object_type &type, const std::string &name, const object_header &header) {
   if (!set_aside(file, header.data_offset + header.data_bytes)) return {};
   if (!write_at(file, &header, sizeof header, 0) || !write_at(file, name.data(), name.size(), sizeof header)) return {};
@@ -113,8 +113,8 @@ memory_view make_object(int file, const object_type &type, const std::string &na
   return write_at(file, object_magic, sizeof object_magic, 0) ? std::move(view) : memory_view();
 }
 
-/// What this process has open, by kind and name; guarded by object_lock(). Never destroyed: static objects close their handles at
-/// process exit.
+/// The objects this process has open, by kind and name; guarded by object_lock(). Never destroyed: static objects close
+/// their handles at process exit.
 std::unordered_map<std::string, std::weak_ptr<shared_object>> &known_objects() {
   static auto &table = *new std::unordered_map<std::string, std::weak_ptr<shared_object>>;
   return table;
@@ -134,7 +134,7 @@ shared_object::shared_object(const object_type &type, std::string key, std::stri
 std::shared_ptr<shared_object> shared_object::open(const object_type &type, const std::string &name, std::size_t bytes,
                                                    bool &created) {
   created = false;
-  // Ahead of the lock: an object that has come to nothing, for want of memory, takes it when it goes.
+  // Declared before the lock: an object abandoned for lack of memory takes the lock in its destructor.
   std::unique_ptr<shared_object> fresh;
   std::shared_ptr<shared_object> result;
   const std::lock_guard<std::mutex> hold(object_lock());
@@ -175,7 +175,7 @@ std::shared_ptr<shared_object> shared_object::open(const object_type &type, cons
 }
 
 shared_object::~shared_object() {
-  if (m_type.is_pinned && m_type.is_pinned(data())) static_cast<void>(m_view.release()); // it stays for good
+  if (m_type.is_pinned && m_type.is_pinned(data())) static_cast<void>(m_view.release()); // it stays mapped for good
   m_view.reset();
 
   const std::lock_guard<std::mutex> hold(object_lock());

@@ -25,7 +25,7 @@ namespace {
 
 int to_descriptor(unsigned socket) { return static_cast<int>(socket); }
 
-/// Makes a call again that a signal handler has interrupted.
+/// Retries a call that a signal handler has interrupted.
 template <typename Call>
 auto uninterrupted(Call call) {
   auto result = call();
@@ -38,8 +38,8 @@ int refuse(int reason) {
   return -1;
 }
 
-/// The short text, but as on Windows: addresses that carry an IPv4 address behind a mark of their own (RFC 5214 and RFC 2765) end in its
-/// dotted form as well, and a mapped one that begins with 0.0 does not.
+/// The short form, but as on Windows: addresses that embed an IPv4 address after a prefix of their own (RFC 5214 and
+/// RFC 2765) also end in its dotted form, and a mapped one that begins with 0.0 does not.
 std::string text_of(in6_addr address) {
   const auto word = [&](size_t i) { return address.s6_addr[2 * i] << 8 | address.s6_addr[2 * i + 1]; };
   const bool is_unmarked = !word(0) && !word(1) && !word(2) && !word(3);
@@ -49,7 +49,7 @@ std::string text_of(in6_addr address) {
   in_addr last;
   std::copy_n(address.s6_addr + 12, sizeof last, reinterpret_cast<unsigned char *>(&last));
 
-  if (is_hardly_mapped) address.s6_addr[9] = 1; // another mark for now, behind which nothing is dotted
+  if (is_hardly_mapped) address.s6_addr[9] = 1; // another prefix for now, after which nothing is dotted
   const bool is_dotted = is_isatap || is_translated;
   if (is_dotted) std::fill_n(address.s6_addr + 12, sizeof last, static_cast<unsigned char>(1));
   char text[INET6_ADDRSTRLEN];
@@ -59,7 +59,7 @@ std::string text_of(in6_addr address) {
   return whole;
 }
 
-/// Calls `call` with the system's own kind of length.
+/// Calls `call` with a socklen_t in place of the int.
 template <typename Call>
 int with_length(int *length, Call call) {
   if (!length) return call(nullptr);
@@ -75,13 +75,13 @@ void send_small_packets_at_once(int descriptor) {
   setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
-/// How many bytes may wait for a peer on this machine. There is no distance to fill with them, and so few stay in the processor's cache
-/// until they are read, which more than doubles the rate of large messages.
+/// Send queue for a peer on this machine. There is no distance to fill with data, and so little stays in the
+/// processor's cache until it is read, which more than doubles the throughput of large messages.
 constexpr int loopback_queue = 256 * 1024;
 
 using clock = std::chrono::steady_clock;
 
-/// poll(), begun anew with the time that is left when a signal handler has interrupted it.
+/// poll(), restarted with the remaining time when a signal handler has interrupted it.
 int poll_uninterrupted(pollfd *polled, unsigned count, int milliseconds) {
   const clock::time_point end =
       milliseconds > 0 ? clock::now() + std::chrono::milliseconds(milliseconds) : clock::time_point();
@@ -95,13 +95,13 @@ int poll_uninterrupted(pollfd *polled, unsigned count, int milliseconds) {
   }
 }
 
-/// An error or a closed end counts as ready in every direction: the next call tells what it is.
+/// An error or a closed end counts as ready in every direction: the next call reports it.
 int wait_for(zar_fd_set &set, short events, int milliseconds) {
   constexpr unsigned most = std::size(decltype(set.fd_array){});
   if (set.fd_count == 0 || set.fd_count > most || milliseconds < -1) return refuse(EINVAL);
   pollfd polled[most];
   for (unsigned i = 0; i < set.fd_count; ++i) polled[i] = {to_descriptor(set.fd_array[i]), events, 0};
-  // poll() passes over negative numbers, which are no descriptors.
+  // poll() ignores negative numbers, which are not descriptors.
   if (std::any_of(polled, polled + set.fd_count, [](const pollfd &p) { return p.fd < 0; })) return refuse(EBADF);
 
   if (poll_uninterrupted(polled, set.fd_count, milliseconds) == -1) return -1;
@@ -131,7 +131,7 @@ unsigned accept_socket(unsigned listening, sockaddr *peer, int *length) {
   return static_cast<unsigned>(accepted);
 }
 
-// Not made again after a signal: the descriptor is gone already, and its number may be another's by then.
+// Not retried after a signal: the descriptor is already closed, and its number may have been reused by then.
 int close_socket(unsigned socket) { return close(to_descriptor(socket)); }
 
 int bind_socket(unsigned socket, const sockaddr *address, int length) {
@@ -159,7 +159,7 @@ void fit_to_peer(unsigned socket, const sockaddr &peer) {
 }
 
 void fit_to_short_datagrams(unsigned socket) {
-  // A datagram that may not be cut needs no number to be put together by.
+  // A datagram that may not be fragmented needs no identification for reassembly.
   const int without_checksum = 1, uncut = IP_PMTUDISC_DO;
   setsockopt(to_descriptor(socket), SOL_SOCKET, SO_NO_CHECK, &without_checksum, sizeof without_checksum);
   setsockopt(to_descriptor(socket), IPPROTO_IP, IP_MTU_DISCOVER, &uncut, sizeof uncut);
@@ -204,7 +204,7 @@ int send_to(unsigned socket, const void *data, int size, int flags, const sockad
 
 int send_pieces(unsigned socket, const void *first, int first_size, const void *second, int second_size) {
   if (first_size < 0 || second_size < 0) return refuse(EINVAL);
-  // A short copy costs less than the system's list of pieces.
+  // Copying short pieces costs less than a scatter-gather call.
   if (unsigned char joined[512];
       first_size + static_cast<long long>(second_size) <= static_cast<long long>(sizeof joined)) {
     std::memcpy(joined, first, static_cast<size_t>(first_size));
@@ -229,7 +229,7 @@ bool last_error_is_would_block() { return errno == EAGAIN || errno == EWOULDBLOC
 connecting start_connecting(unsigned socket, const sockaddr *address, int length) {
   if (connect(to_descriptor(socket), address, static_cast<socklen_t>(length)) != -1 || errno == EISCONN)
     return connecting::done;
-  // A connect() that a signal interrupted goes on by itself.
+  // An interrupted connect() continues in the background.
   const bool goes_on = errno == EINPROGRESS || errno == EALREADY || errno == EINTR;
   return goes_on ? connecting::under_way : connecting::refused;
 }

@@ -13,23 +13,23 @@ namespace {
 
 using word = unsigned long long;
 
-/// What the unwinder's visits fill.
+/// Filled by the unwinder's callbacks.
 struct collector {
   word *frames;
   int capacity;
-  int count;    ///< negative while frames are still left out
-  word from_pc; ///< where set, frames are stored from the one with this counter and this stack pointer on
+  int count;    ///< negative while frames are still being skipped
+  word from_pc; ///< if set, frames are stored from the one with this program counter and this stack pointer on
   word from_sp;
 };
 
-/// Stores one frame. This is the inner loop of a capture: one call into the unwinder and no more.
+/// Stores one frame. The inner loop of a capture: one call into the unwinder and no more.
 _Unwind_Reason_Code visit(_Unwind_Context *context, void *argument) {
   auto &to = *static_cast<collector *>(argument);
   int exact = 0;
   const word address = _Unwind_GetIPInfo(context, &exact);
-  // The oldest frame of a thread has no return address.
+  // The outermost frame of a thread has no return address.
   if (address == 0) return _URC_END_OF_STACK;
-  // Moved from the return address into the call before it.
+  // Moved from the return address into the preceding call.
   if (to.count >= 0) to.frames[to.count] = address - (exact ? 0 : 1);
   return ++to.count == to.capacity ? _URC_END_OF_STACK : _URC_NO_REASON;
 }
@@ -48,10 +48,10 @@ bool is_code(word address) {
   return known;
 }
 
-/// Walks out of the signal handler that reports, over the frame that the system pushed, into the code that it stopped.
+/// Walks out of the reporting signal handler, over the frame that the system pushed, into the interrupted code.
 int walk_through_handler(word pc, word sp, word *frames, int capacity) {
   collector to = {frames, capacity, 0, pc, sp};
-  // A damaged stack can send the unwinder anywhere; what it has stored up to there holds.
+  // A damaged stack can send the unwinder anywhere; what it has stored by then stays valid.
   run_guarded(3000, [&to] { _Unwind_Backtrace(visit_from_fault, &to); });
   return to.count;
 }
@@ -73,8 +73,8 @@ int walk_fault_stack(const fault &fault, word *frames, int capacity) {
   frames[0] = pc;
   if (is_code(pc)) return std::max(walk_through_handler(pc, sp, frames, capacity), 1);
 
-  // A call through a bad pointer: what it left on the stack is where it came from. The walk starts there as if the call had
-  // returned, by the very registers that it reads.
+  // A call through a bad pointer: the return address on the stack is where it came from. The walk starts there as if
+  // the call had returned, by changing the saved registers that the unwinder reads.
   word caller = 0;
   if (!read_memory(sp, &caller, sizeof caller) || !is_code(caller - 1)) return 1;
   registers[REG_RIP] = static_cast<greg_t>(caller);

@@ -1,4 +1,4 @@
-// The state of a process or a thread as /proc tells it.
+// The state of a process or a thread as reported by /proc.
 #pragma once
 
 #include <cstring>
@@ -14,20 +14,20 @@ public:
     m_text[0] = 0;
     const int file = open(path, O_RDONLY | O_CLOEXEC);
     if (file < 0) return;
-    const ssize_t count = read(file, m_text, sizeof m_text - 1); // of such a file all that there is room for, at once
+    const ssize_t count = read(file, m_text, sizeof m_text - 1); // one read returns as much of such a file as fits
     close(file);
     m_text[count > 0 ? count : 0] = 0;
   }
 
-  /// @param line  "\nName:", as every line but the first begins.
-  /// @return What follows it; null where there is no such line or no file.
+  /// @param line  "\nName:", the way every line but the first begins.
+  /// @return What follows it; null if there is no such line or no file.
   const char *value_of(const char *line) const {
     const char *const found = std::strstr(m_text, line);
     return found ? found + std::strlen(line) : nullptr;
   }
 
 private:
-  // The list of groups, some way up, has a number for each group of the user.
+  // The list of groups, early in the file, has a number for each group of the user.
   char m_text[16384];
 };
 

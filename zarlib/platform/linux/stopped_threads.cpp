@@ -36,7 +36,7 @@ stopped_thread *find(pid_t id) {
   return nullptr;
 }
 
-/// Whether the stop has broken off a system call: the thread would see an interruption, and may take it for the end of its wait.
+/// Whether the stop interrupted a system call: the thread would see EINTR, and might take it for the end of its wait.
 bool is_interrupted(const ucontext_t &context) { return context.uc_mcontext.gregs[REG_RAX] == -EINTR; }
 
 void on_stop(int, siginfo_t *, void *argument) {
@@ -83,7 +83,7 @@ void await_answers() {
   }
 }
 
-/// Where a thread in a system call stands: "number six-arguments sp pc", or words where it is not in one.
+/// The position of a thread in a system call: "number six-arguments sp pc"; words if it is not in one.
 void ask_system(stopped_thread &thread) {
   char path[64], text[256];
   std::snprintf(path, sizeof path, "/proc/self/task/%d/syscall", thread.id);

@@ -9,17 +9,18 @@
 
 namespace zar::platform {
 
-/// The signal that holds a thread. It gets its handler only when the process is dying, so that nobody is kept from using it.
+/// The signal that holds a thread. Its handler is installed only when the process is dying, so that programs remain
+/// free to use it.
 inline int stop_signal() { return SIGRTMAX; }
 
 struct stopped_thread {
   pid_t id;
-  std::atomic<const ucontext_t *> context; ///< null for a thread that does not answer
-  unsigned long long pc;                   ///< of a thread that does not answer but waits in a system call, else 0
+  std::atomic<const ucontext_t *> context; ///< null for a thread that does not respond
+  unsigned long long pc;                   ///< of a thread that does not respond but is in a system call, otherwise 0
   unsigned long long sp;
 };
 
-/// Threads in no order.
+/// Threads in no particular order.
 struct stopped_threads {
   const stopped_thread *threads;
   size_t count;
@@ -28,14 +29,15 @@ struct stopped_threads {
   const stopped_thread *end() const { return threads + count; }
 };
 
-/// Stops all threads but the calling one and waits, for a bounded time, until each has answered. A thread that blocks the
-/// signal, as those do which wait for signals, goes on. At most 4096 threads are stopped.
+/// Stops all threads but the calling one and waits, for a bounded time, until each has responded. A thread that blocks
+/// the signal, as those waiting for signals do, keeps running. At most 4096 threads are stopped.
 stopped_threads stop_other_threads();
 
-/// Lets them go on, but for those that would go on with a system call that failed: they wait for the death, for a minute at most.
+/// Releases them, except those that would return from a system call with EINTR: they wait for the process to die, for a
+/// minute at most.
 void release_other_threads();
 
-/// Lets those go on as well: the process does not die at once.
+/// Releases those as well, if the process does not die at once.
 void release_all_threads();
 
 } // namespace zar::platform

@@ -17,14 +17,15 @@ namespace zar::platform {
 
 namespace {
 
-// Nothing is opened before the first look-up, which reads the symbols of all modules. libbacktrace maps its memory itself and
-// takes no lock, so a dying process may use it. It knows the modules of its first use only, and cannot be given back.
+// Nothing is opened before the first look-up, which reads the symbols of all modules. libbacktrace maps its own memory
+// and takes no lock, so a dying process may use it. It knows only the modules present at its first use, and cannot be
+// freed.
 std::atomic<backtrace_state *> s_state{nullptr};
 std::atomic<unsigned long long> s_state_generation{0};
 
 void ignore_error(void *, const char *, int) {}
 
-/// Counts the loadings and unloadings of modules up to now.
+/// The number of module loads and unloads so far.
 unsigned long long module_generation() {
   unsigned long long generation = 0;
   const auto visit = [](dl_phdr_info *info, size_t, void *result) {
@@ -37,11 +38,11 @@ unsigned long long module_generation() {
 
 backtrace_state *make_state() {
   s_state_generation = module_generation();
-  // By the thread's own entry: that of the process leads nowhere once its first thread has ended.
+  // Through the thread's own entry: the process's leads nowhere once its main thread has ended.
   return s_state = backtrace_create_state("/proc/thread-self/exe", 1, ignore_error, nullptr);
 }
 
-/// A module in its place. One that comes back as it was has the same symbols.
+/// A module and where it is loaded. One that comes back unchanged has the same symbols.
 struct module_place {
   unsigned long long start, end;
   std::string file;
@@ -75,7 +76,8 @@ std::vector<module_place> current_modules() {
   return modules;
 }
 
-/// The readable form. A name that cannot be read, or no more, since the heap of a dying process is damaged, stays as it is.
+/// Stores the demangled name. A name that cannot be demangled, or any name once the heap of a dying process has proved
+/// damaged, is stored as it is.
 void set_name(symbol &found, const char *name) {
   std::snprintf(found.name, sizeof found.name, "%s", name);
   static std::atomic<bool> heap_is_lost{false};
@@ -89,11 +91,11 @@ void set_name(symbol &found, const char *name) {
   if (!run_guarded(500, demangle)) heap_is_lost = true;
 }
 
-/// Called for the inlined functions at an address from the inside out; the last one is the function of the frame.
+/// Called for the functions inlined at an address, innermost first; the last is the frame's own function.
 int on_place(void *data, uintptr_t, const char *file, int line, const char *function) {
   auto &found = *static_cast<symbol *>(data);
   found.file[0] = 0;
-  // Line 0 marks what the compiler has added.
+  // Line 0 marks compiler-generated code.
   if (file && line > 0) {
     std::snprintf(found.file, sizeof found.file, "%s", file);
     found.line = line;
@@ -115,8 +117,8 @@ void look_up(backtrace_state *state, unsigned long long address, symbol &found) 
 
 bool open_symbols(const char *) { return true; }
 
-// A module that is new needs nothing: the look-up of an address in it finds that out. Only where one has taken the place of
-// another are the old answers wrong.
+// A new module needs nothing: the first look-up of an address in it discovers it. Old answers are wrong only if one
+// module has taken the place of another.
 bool refresh_modules() {
   static unsigned long long s_generation = 0;
   static auto &s_known = *new std::vector<module_place>;

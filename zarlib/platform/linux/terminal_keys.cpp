@@ -38,20 +38,20 @@ constexpr struct {
                     {'/', '?', 191}, {'`', '~', 192}, {'[', '{', 219}, {'\\', '|', 220}, {']', '}', 221},
                     {'\'', '"', 222}};
 
-/// The key of one byte.
+/// The key for a single byte.
 int key_of(char c) {
   if (c >= 'a' && c <= 'z') return c - 'a' + 'A';
   if ((c >= 'A' && c <= 'Z') || c == ' ' || c == key_back || c == key_tab || c == escape) return c;
   if (c == '\r' || c == '\n') return key_return;
   if (c == '\x7f') return key_back;
-  // Control takes the upper bits of the character away.
+  // Control clears the upper bits of the character.
   if (c >= 0 && c < ' ') return c == 0 ? ' ' : key_of(static_cast<char>(c + '@'));
   for (const auto &key : printed_keys)
     if (c == key.plain || c == key.shifted) return key.code;
   return -1;
 }
 
-/// The key of a sequence that ends in a letter, with or without numbers ahead of it.
+/// The key for a sequence that ends in a letter, with or without numbers before it.
 int key_of_letter(char letter) {
   switch (letter) {
   case 'A':
@@ -80,7 +80,7 @@ int key_of_letter(char letter) {
   }
 }
 
-/// The key of a sequence that ends in a tilde.
+/// The key for a sequence that ends in a tilde.
 int key_of_number(int number) {
   constexpr int editing[] = {key_home, key_insert, key_delete, key_end, key_page_up, key_page_down, key_home, key_end};
   if (number >= 1 && number <= 8) return editing[number - 1];
@@ -97,10 +97,10 @@ int first_number(std::string_view text) {
   return number;
 }
 
-/// Behind ESC [ : numbers and signs, then a final character.
+/// After ESC [ : numbers and punctuation, then a final character.
 terminal_key decode_control_sequence(std::string_view bytes) {
   size_t end = 2;
-  // The Linux console has a second bracket ahead of the letters of F1 to F5.
+  // The Linux console sends a second bracket before the letters of F1 to F5.
   const bool doubled = bytes.size() > 2 && bytes[2] == '[';
   if (doubled) ++end;
   while (end < bytes.size() && bytes[end] >= ' ' && bytes[end] <= '?') ++end;
@@ -111,7 +111,7 @@ terminal_key decode_control_sequence(std::string_view bytes) {
   return {end + 1, last == '~' ? key_of_number(first_number(bytes.substr(2))) : key_of_letter(last)};
 }
 
-/// Behind ESC O : one letter.
+/// After ESC O : one letter.
 terminal_key decode_single_shift(std::string_view bytes) {
   if (bytes.size() < 3) return {0, -1};
   const char letter = bytes[2];

@@ -1,4 +1,4 @@
-// What a terminal sends for a key, as virtual key codes.
+// Decodes what a terminal sends for a key into virtual key codes.
 #pragma once
 
 #include <cstddef>
@@ -7,13 +7,13 @@
 namespace zar::platform {
 
 struct terminal_key {
-  size_t length; ///< of its bytes; 0 when they are only the beginning of a key's sequence
+  size_t length; ///< in bytes; 0 when they are only the beginning of a key sequence
   int code;      ///< the virtual key code; -1 for a key without one
 };
 
-/// The key at the start of `bytes`, which are not empty. Sequences of xterm, VT220, rxvt and the Linux console, the
-/// numeric pad in its application mode included; characters as a US keyboard has them, without regard to shift and
-/// control.
+/// The key at the start of `bytes`, which must not be empty. Covers sequences of xterm, VT220, rxvt and the Linux
+/// console, including the numeric keypad in application mode; characters as on a US keyboard, ignoring Shift and
+/// Control.
 terminal_key decode_key(std::string_view bytes);
 
 } // namespace zar::platform

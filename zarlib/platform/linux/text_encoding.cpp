@@ -13,7 +13,7 @@ constexpr char utf8[] = "UTF-8";
 
 std::string name_of(const std::string &encoding) { return encoding.empty() ? nl_langinfo(CODESET) : encoding; }
 
-// The C locale calls itself ASCII, but its bytes are whatever the user's files hold: they pass as they are.
+// The C locale calls itself ASCII, but its bytes are whatever the user's files hold: they pass unchanged.
 bool passes_unchanged(const std::string &name) {
   return strcasecmp(name.c_str(), utf8) == 0 || strcasecmp(name.c_str(), "UTF8") == 0 || name == "ANSI_X3.4-1968";
 }
@@ -29,12 +29,12 @@ std::string convert(const std::string &text, const std::string &from, const std:
     char piece[256];
     char *out = piece;
     size_t out_left = sizeof piece;
-    // The last round leaves the text in the initial state of an encoding that has states.
+    // The last round returns a stateful encoding to its initial state.
     last = in_left == 0;
     const size_t answer = iconv(conversion, last ? nullptr : &in, &in_left, &out, &out_left);
     result.append(piece, out);
     if (answer != static_cast<size_t>(-1) || errno == E2BIG) continue;
-    // Not a character, or not one of the other encoding: it is given up and the work goes on.
+    // Invalid, or not representable in the target encoding: replaced, and conversion continues.
     result += '?';
     do {
       ++in;

@@ -15,7 +15,7 @@ namespace zar::platform {
 
 namespace {
 
-// The build asks for the initial-exec model: one addition to the thread pointer instead of a call.
+// The build selects the initial-exec TLS model: one addition to the thread pointer instead of a call.
 thread_local unsigned long t_id = 0;
 
 [[gnu::noinline, gnu::cold]] unsigned long first_id() { return t_id = static_cast<unsigned long>(gettid()); }
@@ -27,19 +27,19 @@ void forget_ids() {
   process_id.store(0, std::memory_order_relaxed);
 }
 
-// A forked child has a new id, and its first thread too; the other threads do not exist there.
+// A forked child has a new process id, and its one thread a new thread id.
 const int fork_watch = pthread_atfork(nullptr, nullptr, forget_ids);
 
-/// What /proc tells of a thread, and of the process that it belongs to.
+/// What /proc reports about a thread and the process that it belongs to.
 struct life {
-  char state = 0; ///< its letter; 0 when there is no such thread
+  char state = 0; ///< its letter; 0 if there is no such thread
   unsigned long process = 0;
-  unsigned long threads = 0; ///< of the process; the first is counted to the end, even when it ends before the others
+  unsigned long threads = 0; ///< of the process; counts the main thread to the end, even if it ends first
 
   bool thread_runs() const { return state != 0 && state != 'Z' && state != 'X' && state != 'x'; }
 };
 
-/// /proc answers for any thread under its own number, although it lists only the first of each process.
+/// /proc has an entry for every thread id, although it lists only the main thread of each process.
 life life_of(unsigned long id) {
   char path[64];
   std::snprintf(path, sizeof path, "/proc/%lu/status", id);
@@ -55,7 +55,7 @@ life life_of(unsigned long id) {
   return result;
 }
 
-/// How often the processor has gone from this thread to another.
+/// How often the processor has switched away from this thread.
 long switches() {
   rusage usage;
   return getrusage(RUSAGE_THREAD, &usage) == 0 ? usage.ru_nvcsw + usage.ru_nivcsw : 0;

@@ -1,4 +1,4 @@
-// The time of a wait on a word that several processes share, in slices.
+// The time limit of a wait on a word shared between processes, in slices.
 #pragma once
 
 #include <algorithm>
@@ -8,21 +8,22 @@
 
 namespace zar::platform {
 
-/// Counts a wait down on the monotonic clock.
+/// Counts down a wait on the monotonic clock.
 ///
-/// A process may be killed after it freed a lock or set a signal and before it woke the next waiter, or when it was woken and had not
-/// taken what it was woken for. Nobody would wake the others then, so no wait sleeps longer than a slice before it looks again.
+/// A process may be killed after it released a lock or set a signal but before it woke the next waiter, or after it was
+/// woken but before it took what it was woken for. Nobody would then wake the others, so no wait sleeps longer than a
+/// slice before it checks again.
 class wait_limit {
 public:
   using clock = std::chrono::steady_clock;
 
-  /// @param milliseconds  -1 for no limit; any other number counts as unsigned.
+  /// @param milliseconds  -1 for no limit; any other value is taken as unsigned.
   explicit wait_limit(int milliseconds)
       : m_end(milliseconds == -1 ? clock::time_point::max()
                                  : clock::now() + std::chrono::milliseconds(static_cast<std::uint32_t>(milliseconds))) {
   }
 
-  /// @return How long to sleep now; 0 when the time is over.
+  /// @return How long to sleep now; 0 when time is up.
   std::chrono::nanoseconds next_slice() const {
     const auto now = clock::now();
     if (now >= m_end) return std::chrono::nanoseconds(0);

@@ -4,7 +4,7 @@ namespace zar::platform {
 
 namespace {
 
-// FILETIME counts steps of 100 ns from the start of 1601.
+// FILETIME counts 100 ns steps from the start of 1601.
 constexpr long long start_of_1970 = 116444736000000000, steps_per_millisecond = 10000;
 
 long long read_counter() {
@@ -22,8 +22,8 @@ long long frequency() {
   return ticks_per_second;
 }
 
-/// The counter in units of 1/scale seconds. Settled, callers rely on it: the product comes first and wraps, with a 10 MHz
-/// counter after some 10.7 days at scale 1000000.
+/// The counter in units of 1/scale seconds. Settled, callers rely on it: the product is formed first and wraps, with a
+/// 10 MHz counter after some 10.7 days at scale 1000000.
 unsigned long long scaled_counter(unsigned long long scale) {
   const auto product = static_cast<long long>(static_cast<unsigned long long>(read_counter()) * scale);
   return static_cast<unsigned long long>(product / frequency());

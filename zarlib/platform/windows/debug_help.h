@@ -1,4 +1,4 @@
-// The symbol library of the system, which one thread at a time may call.
+// The system's symbol library, which only one thread at a time may call.
 #pragma once
 
 #include "zarlib/platform/types.h"
@@ -7,8 +7,8 @@
 
 namespace zar::platform {
 
-/// Holds the symbol library. A faulting thread may find it held for ever by one that waits for the fault's end, so nobody
-/// waits longer than two seconds; then the call goes on without.
+/// Holds the symbol library. A faulting thread may find it held forever by one that waits for the fault to end, so
+/// nobody waits longer than two seconds; the call then proceeds without it.
 class debug_help_hold {
 public:
   debug_help_hold();
@@ -20,7 +20,7 @@ private:
   bool m_held = false;
 };
 
-/// The machine type of the stack walk, 0 where it is not known; chosen by open_symbols().
+/// The machine type for the stack walk, 0 if unknown; set by open_symbols().
 extern DWORD g_machine;
 
 } // namespace zar::platform

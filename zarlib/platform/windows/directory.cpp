@@ -9,7 +9,7 @@ namespace zar::platform {
 struct directory_reader::search {
   HANDLE handle;
   WIN32_FIND_DATAW data;
-  bool fresh = true; ///< `data` holds the first entry, which the opening found
+  bool fresh = true; ///< `data` holds the first entry, found on opening
   std::string name;
 
   explicit search(const std::wstring &pattern)

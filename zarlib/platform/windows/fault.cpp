@@ -8,10 +8,10 @@ namespace zar::platform {
 
 namespace {
 
-// What the report needs of a stack that has overflowed.
+// Stack that the report needs after an overflow.
 constexpr ULONG reserve_bytes = 128 * 1024;
 
-// How long a thread that faults while another reports waits for the death of the process.
+// How long a thread that faults during another's report waits for the process to die.
 constexpr DWORD wait_milliseconds = 60000;
 
 std::atomic<fault_report> s_report{nullptr};
@@ -46,7 +46,7 @@ void arm_thread() {
   SetThreadStackGuarantee(&bytes);
 }
 
-// The system's own guards are those of the filter: a fault in it ends the process.
+// The system itself guards the filter: a fault in it ends the process.
 bool run_guarded(int, void (*step)(void *), void *argument) {
   step(argument);
   return true;

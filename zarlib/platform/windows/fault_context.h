@@ -1,4 +1,4 @@
-// What a fault is on Windows.
+// A fault on Windows.
 #pragma once
 
 #include "zarlib/platform/types.h"

@@ -39,7 +39,7 @@ int piece_of(size_t size) {
   return static_cast<int>(std::min<size_t>(size, static_cast<size_t>(std::numeric_limits<int>::max())));
 }
 
-/// Writes until all is out or the system refuses. @return How many bytes arrived.
+/// Writes until everything is out or a write fails. @return The number of bytes written.
 size_t write_bytes(int file, const char *data, size_t size) {
   size_t done = 0;
   while (done < size) {

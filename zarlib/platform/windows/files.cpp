@@ -11,10 +11,10 @@ namespace zar::platform {
 
 namespace {
 
-/// What may be executed shows in the names only, as the C library has it too.
+/// Only the name shows that a file is executable, as in the C library.
 constexpr const char *program_endings[] = {".exe", ".com", ".bat", ".cmd"};
 
-/// What the system tells of the thing a path leads to, through links.
+/// What the system reports about the target of a path, following links.
 bool read_information(const std::string &path, BY_HANDLE_FILE_INFORMATION &information) {
   const HANDLE file =
       CreateFileW(to_wide(path).c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,

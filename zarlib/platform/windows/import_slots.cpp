@@ -15,16 +15,16 @@ namespace {
 
 using word = std::uintptr_t;
 
-/// Keeps two threads from taking each other's rights to a page for those that it had.
+/// Keeps two threads from taking each other's temporary page protection for the original one.
 constinit static_lock page_lock;
 
-/// The addresses bound for the first table of that name; null when the module imports nothing from there.
+/// The bound addresses of the first import table for that module; null if nothing is imported from it.
 word *find_bound_addresses(HINSTANCE module, const char *imported_module) {
   auto *const image = reinterpret_cast<char *>(module);
   ULONG size = 0;
   const auto *row = static_cast<const IMAGE_IMPORT_DESCRIPTOR *>(
       ImageDirectoryEntryToData(image, TRUE, IMAGE_DIRECTORY_ENTRY_IMPORT, &size));
-  // Settled, callers rely on it: a further table of that name is not looked at.
+  // Settled, callers rely on it: further tables for that name are ignored.
   for (; row && row->Name; ++row)
     if (is_same_module_name(image + row->Name, imported_module))
       return reinterpret_cast<word *>(image + row->FirstThunk);

@@ -2,7 +2,7 @@
 
 namespace zar::platform {
 
-// The right to lock pages in memory would be needed, which hardly any account has.
+// This would require the privilege to lock pages in memory, which hardly any account has.
 void *take_large_page() { return nullptr; }
 
 void give_back_large_page(void *) {}

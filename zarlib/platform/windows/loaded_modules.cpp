@@ -9,7 +9,7 @@ int list_loaded_modules(HINSTANCE *modules, int capacity) {
   DWORD bytes = 0;
   const auto room = static_cast<DWORD>(static_cast<size_t>(capacity) * sizeof *modules);
   if (!K32EnumProcessModules(GetCurrentProcess(), modules, room, &bytes)) return 0;
-  // The bytes of all are told, whether or not they had room.
+  // `bytes` covers all modules, whether or not they fitted.
   return static_cast<int>(std::min(bytes, room) / sizeof *modules);
 }
 

@@ -20,7 +20,7 @@ static_assert(offsetof(capture_packet, bytes_received) == 32);
 
 namespace {
 
-/// The address of an entry point, null without the driver. The module is never given back.
+/// The address of an entry point; null without the driver. The module is never unloaded.
 void *find_entry(const char *name) {
   static void *const driver = load_module("Packet.dll");
   return driver ? find_symbol(driver, name) : nullptr;
@@ -33,7 +33,7 @@ Function *entry(const char *name) {
 
 } // namespace
 
-// Settled, callers rely on it: the pointers are called untested, so a machine without the driver faults here.
+// Settled, callers rely on it: the pointers are called unchecked, so this crashes on a machine without the driver.
 
 const char *packet_get_version() {
   static auto *const call = entry<const char *()>("PacketGetVersion");

@@ -4,7 +4,7 @@
 
 namespace zar::platform {
 
-// Settled, callers rely on it: the bytes of the path are not converted, so the system takes them for its narrow encoding.
+// Settled, callers rely on it: the path is passed unconverted, so the system takes it to be in its narrow encoding.
 report_file::report_file(const char *path)
     : m_handle(CreateFileA(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
                            FILE_ATTRIBUTE_NORMAL, nullptr)) {}

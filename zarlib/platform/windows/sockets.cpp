@@ -11,7 +11,7 @@ namespace {
 
 static_assert(sizeof(SOCKET) == sizeof(unsigned) && FD_SETSIZE == 64);
 
-/// The socket interface of the process, from the load of the library to the exit.
+/// Keeps Winsock started from library load to process exit.
 const struct interface_start {
   interface_start() {
     WSADATA data;
@@ -47,7 +47,7 @@ char netbios(NCB &control, UCHAR command, UCHAR adapter, void *buffer, WORD size
   control = {};
   control.ncb_command = command;
   control.ncb_lana_num = adapter;
-  if (command == NCBASTAT) control.ncb_callname[0] = '*'; // this machine; to a reset it is a number of sessions
+  if (command == NCBASTAT) control.ncb_callname[0] = '*'; // this machine; in a reset the byte is a number of sessions
   control.ncb_buffer = static_cast<PUCHAR>(buffer);
   control.ncb_length = size;
   return static_cast<char>(Netbios(&control));
@@ -128,7 +128,7 @@ int send_pieces(unsigned socket, const void *first, int first_size, const void *
   return result == SOCKET_ERROR ? -1 : static_cast<int>(sent);
 }
 
-// There is no receiving that never waits but on a non-blocking socket, and its owner may have made it a blocking one.
+// Only a non-blocking socket can be read without waiting, and the owner may have made it blocking.
 int receive_at_once(unsigned, void *, int) { return would_wait; }
 
 bool last_error_is_would_block() { return WSAGetLastError() == WSAEWOULDBLOCK; }

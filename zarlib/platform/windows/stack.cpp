@@ -21,7 +21,7 @@ bool is_in_module(DWORD address) {
   return SymGetModuleBase64(GetCurrentProcess(), address) != 0;
 }
 
-/// Where the walk stands; a step that leaves it there is the last.
+/// Whether a step has left the walk in place; such a step is the last.
 bool stands_at(const STACKFRAME64 &frame, const STACKFRAME64 &before) {
   return frame.AddrPC.Offset == before.AddrPC.Offset && frame.AddrStack.Offset == before.AddrStack.Offset &&
          frame.AddrFrame.Offset == before.AddrFrame.Offset;
@@ -37,7 +37,7 @@ int walk(CONTEXT context, unsigned long long *frames, int capacity) {
                      SymFunctionTableAccess64, SymGetModuleBase64, nullptr) ||
         stands_at(frame, before))
       break;
-    // A return address belongs to the call before it.
+    // A return address is attributed to the call before it.
     frames[count] = frame.AddrPC.Offset - (count > 0 ? 1 : 0);
     ++count;
   }
@@ -50,7 +50,7 @@ int walk(CONTEXT context, unsigned long long *frames, int capacity) {
   if (capacity < 1) return 0;
   CONTEXT context;
   RtlCaptureContext(&context);
-  // Systems differ in whose registers they store here; the walk begins in the caller, by this function's own frame.
+  // Systems differ in whose registers they store here; the walk starts in the caller, from this function's own frame.
   auto *const own = static_cast<DWORD *>(__builtin_frame_address(0));
   context.Ebp = own[0];
   context.Eip = own[1];
@@ -67,7 +67,7 @@ int walk_fault_stack(const fault &fault, unsigned long long *frames, int capacit
       is_in_module(caller);
   if (!lost) return walk(context, frames, capacity);
 
-  // A call through a bad pointer has left on the stack where it came from; the walk goes on as if it had returned.
+  // A call through a bad pointer has left its return address on the stack; the walk continues as if it had returned.
   frames[0] = context.Eip;
   context.Eip = caller - 1;
   context.Esp += sizeof caller;

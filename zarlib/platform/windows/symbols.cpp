@@ -17,7 +17,7 @@ DWORD g_machine = 0;
 
 namespace {
 
-// Never deleted: a stack may be asked for until the very end.
+// Never deleted: a stack may be captured until the very end.
 CRITICAL_SECTION &section() {
   static CRITICAL_SECTION &made = *[] {
     auto *const result = new CRITICAL_SECTION;
@@ -35,7 +35,7 @@ DWORD machine_of(const char *architecture) {
 
 using module_place = std::pair<HMODULE, std::string>;
 
-/// Where each module stands and which file it is. Asking for it is far cheaper than looking names up again.
+/// The address and file of each module. Listing them is far cheaper than looking names up again.
 std::vector<module_place> current_modules() {
   HMODULE handles[1024];
   DWORD bytes = 0;
@@ -71,7 +71,7 @@ debug_help_hold::~debug_help_hold() {
 bool open_symbols(const char *architecture) {
   g_machine = machine_of(architecture);
   const debug_help_hold hold;
-  // Without the last one no address has a line.
+  // Without SYMOPT_LOAD_LINES no address has a line.
   SymSetOptions(SYMOPT_UNDNAME | SYMOPT_DEFERRED_LOADS | SYMOPT_LOAD_LINES);
   if (!SymInitialize(GetCurrentProcess(), nullptr, TRUE)) return false;
   std::atexit(close_symbols);

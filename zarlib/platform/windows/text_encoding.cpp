@@ -6,7 +6,7 @@
 
 namespace zar::platform {
 
-/// A code page by its number; the default where nothing is said, and no page at all by what is no number.
+/// A code page by number; the default if empty, an invalid page if not a number.
 static unsigned code_page(const std::string &encoding) {
   if (encoding.empty()) return CP_ACP;
   char *end;
@@ -14,7 +14,7 @@ static unsigned code_page(const std::string &encoding) {
   return *end ? ~0u : static_cast<unsigned>(number);
 }
 
-// IsValidCodePage() does not know the numbers that stand for one of the system's own pages, such as 1 for the console's.
+// IsValidCodePage() rejects the numbers that stand for one of the system's own pages, such as 1 for the console's.
 static bool is_known(unsigned page) { return MultiByteToWideChar(page, 0, "a", 1, nullptr, 0) > 0; }
 
 std::string narrow_to_utf8(const std::string &text, const std::string &encoding) {

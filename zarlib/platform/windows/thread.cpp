@@ -23,7 +23,7 @@ unsigned long current_thread_id() { return GetCurrentThreadId(); }
 
 bool is_current_thread(unsigned long id) { return id == GetCurrentThreadId(); }
 
-// Settled, callers rely on it: an exit code that equals STILL_ACTIVE, 259, reads as alive, of processes and of threads.
+// Settled, callers rely on it: an exit code equal to STILL_ACTIVE, 259, reads as alive, for processes and for threads.
 bool process_is_alive(unsigned long id) {
   static const DWORD right = is_vista_or_later() ? PROCESS_QUERY_LIMITED_INFORMATION : PROCESS_QUERY_INFORMATION;
   const HANDLE process = OpenProcess(right, FALSE, id);

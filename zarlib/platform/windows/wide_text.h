@@ -1,4 +1,4 @@
-// UTF-8 at the border to the wide calls of the system.
+// UTF-8 conversion for the system's wide-character calls.
 #pragma once
 
 #include "zarlib/platform/types.h"
