@@ -12,7 +12,7 @@ using chThreadCritical = chThreadLock<chCriticalSection>;
 constinit zar::static_instance<apiModules> seen_modules;
 constinit zar::static_instance<chThreadCritical> list_lock;
 
-/// From the newest hook to the oldest.
+/// The list of hooks, newest first.
 constinit std::atomic<apiHooker *> newest{nullptr};
 
 chThreadCritical &get_list_lock() {
@@ -33,15 +33,15 @@ apiModules &apiModules::getInstance() {
 
 apiHooker::apiHooker(const char *module, const char *api, FARPROC replacement, FARPROC *real)
     : m_module(module), m_api(api), m_replacement(replacement) {
-  // Before anything is asked of the loader, so that a module that comes later counts as new.
+  // Before any query to the loader, so that a module loaded later counts as new.
   apiModules &seen = apiModules::getInstance();
-  // The loader is not asked under the lock: a thread that loads a module with a hook in it holds the loader and waits
-  // for the lock.
+  // Query the loader outside the list lock: a thread that loads a module with a hook in it holds the loader lock and
+  // waits for the list lock.
   if (const HINSTANCE found = zar::platform::find_loaded_module(module))
     m_real = zar::platform::find_exported_function(found, api);
   if (m_real && real) *real = m_real;
 
-  // In the list first: a module that is loaded from here on is either met below or finds the hook there.
+  // Enter the list first: a module loaded from here on is either processed below or finds the hook in the list.
   get_list_lock().Lock();
   m_next = newest.load(std::memory_order_relaxed);
   newest.store(this, std::memory_order_release);
@@ -52,7 +52,7 @@ apiHooker::apiHooker(const char *module, const char *api, FARPROC replacement, F
   ReplaceApi4Modules(changes, seen, m_module, m_real, m_replacement);
 }
 
-// Settled, callers rely on it: one hook that ends forgets them all, and what is redirected stays so.
+// Settled, callers rely on it: destroying one hook drops them all, and what is redirected stays redirected.
 apiHooker::~apiHooker() { newest.store(nullptr, std::memory_order_release); }
 
 void apiHooker::ReplaceApi4Module(zar::platform::import_changes &changes, HINSTANCE module, const char *imported_module,
@@ -71,7 +71,7 @@ void apiHooker::ReplaceApi4Modules(zar::platform::import_changes &changes, const
 
 void apiHooker::apply_to_new(zar::platform::import_changes &changes, HINSTANCE module) {
   if (!m_real && zar::platform::is_module_named(module, m_module)) {
-    // Settled, callers rely on it: the variable that was given for the address stays as it is now.
+    // Settled, callers rely on it: the variable that should receive the address is not set any more.
     m_real = zar::platform::find_exported_function(module, m_api);
     if (m_real) ReplaceApi4Modules(changes, apiModules::getInstance(), m_module, m_real, m_replacement);
   }
@@ -85,7 +85,7 @@ void apiHooker::ApplyAfterMoudleLoaded() {
   apiModules &seen = apiModules::getInstance();
   zar::platform::import_changes changes;
   for (int i = 0; i < count; ++i) {
-    // Settled, callers rely on it: a module at the address of one that was unloaded passes for that one.
+    // Settled, callers rely on it: a module at the address of an unloaded one is taken for that one.
     if (seen.contains(loaded[i])) continue;
     for (apiHooker *hook = newest.load(std::memory_order_acquire); hook; hook = hook->m_next)
       hook->apply_to_new(changes, loaded[i]);

@@ -6,21 +6,21 @@
 #include <algorithm>
 #include <atomic>
 
-/// One thread at a time appends; others may read meanwhile.
+/// One thread at a time may append; others may read concurrently.
 class apiModules {
 public:
   static constexpr int capacity = 8192;
 
   static apiModules &getInstance();
 
-  /// Begins with what `list` writes, which returns how many that are.
+  /// Starts with the modules that `list` writes; it returns their number.
   explicit apiModules(int (*list)(HINSTANCE *modules, int capacity)) : m_count(list(m_modules, capacity)) {}
 
   const HINSTANCE *begin() const { return m_modules; }
   const HINSTANCE *end() const { return m_modules + m_count.load(std::memory_order_acquire); }
   bool contains(HINSTANCE module) const { return std::find(begin(), end(), module) != end(); }
 
-  /// Without effect once there is no more room.
+  /// No effect if full.
   void append(HINSTANCE module) {
     const int count = m_count.load(std::memory_order_relaxed);
     if (count == capacity) return;

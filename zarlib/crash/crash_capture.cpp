@@ -16,16 +16,17 @@
 #include <cstring>
 #include <string>
 
-// All but zarHookCrashSignal() runs in a dying process. The heap may be what broke it, so nothing here allocates: texts are made
-// in fixed buffers and cut where they do not fit, and files are written by plain system calls. What depends on the state of the
-// rest of the process is a guarded step, which may fault or hang without ending the report.
+// Everything but zarHookCrashSignal() runs in a dying process. The heap may be corrupt, so nothing here allocates:
+// texts are formatted into fixed buffers and truncated if they do not fit, and files are written by plain system calls.
+// What depends on the state of the rest of the process is a guarded step, which may fault or hang without ending the
+// report.
 
 namespace {
 
 constexpr int frames_max = 64;
 constexpr size_t line_capacity = 2000;
 
-/// The file name of the executable, found while the process is well. Never destroyed: a fault may come at exit.
+/// The executable's file name, determined while the process is healthy. Never destroyed: a fault may occur at exit.
 const std::string &program_name() {
   static const std::string &name = *new std::string(pathGetLastPart(zarGetExeFileName()));
   return name;
@@ -33,11 +34,11 @@ const std::string &program_name() {
 
 using zar::platform::run_guarded;
 
-// The longest that the parts of a report may take, in milliseconds.
+// Time limits for the steps of a report, in milliseconds.
 constexpr int moment = 1000;
 constexpr int line_limit = 10000;
 
-/// The path of a report file, empty when it cannot be told.
+/// The path of a report file; empty if it cannot be determined.
 class report_path {
 public:
   explicit report_path(const char *suffix) {
@@ -61,7 +62,7 @@ void write_minidump(const zar::platform::fault *fault, const SYSTEMTIME &now) {
   zar::platform::write_process_dump(path.text(), fault);
 }
 
-/// Everything in front of the stack.
+/// Everything before the stack.
 void write_head(zar::platform::report_file &file, const SYSTEMTIME &now) {
   const auto process = static_cast<int>(zarGetCurrentProcessId()), thread = static_cast<int>(zarGetCurrentThreadId());
   const chTick tick = chTimer::GetTickFromBoot();
@@ -73,7 +74,7 @@ void write_head(zar::platform::report_file &file, const SYSTEMTIME &now) {
   file.write(text, static_cast<size_t>(length));
 }
 
-/// One line per frame. The first address that cannot be looked up in its time ends the names, not the report.
+/// One line per frame. The first look-up that faults or times out ends the stack, not the report.
 void write_stack(zar::platform::report_file &file, const zar::platform::fault &fault) {
   static const bool debugged = zar::platform::is_debugged();
   if (debugged || !zar::symbol_handler()) return;
@@ -96,7 +97,7 @@ void write_crash_text(const zar::platform::fault &fault, const SYSTEMTIME &now) 
   file.write("Dump crash end\n", std::strlen("Dump crash end\n"));
 }
 
-/// The crash filter. It only records; the fault goes on to its normal end.
+/// The crash filter. It only records; the fault then takes its normal course.
 void report_crash(const zar::platform::fault &fault) {
   SYSTEMTIME now = {};
   run_guarded(moment, [&now] { zarGetLocalTime(&now); });
@@ -109,7 +110,7 @@ void report_crash(const zar::platform::fault &fault) {
 void zarHookCrashSignal() {
   zar::symbol_handler();
   program_name();
-  // The first reading of the local time reads the time zone, which takes memory.
+  // The first read of the local time loads the time zone, which allocates.
   SYSTEMTIME now;
   zarGetLocalTime(&now);
   zar::platform::hook_faults(report_crash);

@@ -15,17 +15,17 @@ namespace {
 constexpr unsigned frames_max = 256;
 constexpr size_t line_capacity = 2000;
 
-/// Lines already made. Addresses of running code repeat, and finding a name costs thousands of times what finding it again does.
+/// Cached lines. Code addresses recur, and resolving a name costs thousands of times as much as a cache hit.
 class line_cache {
 public:
-  /// Makes the lines of one stack the only business of one thread, for as long as the returned lock lives.
+  /// Locks the cache for the lines of one stack, for the lifetime of the returned lock.
   std::unique_lock<std::mutex> open() {
     std::unique_lock<std::mutex> lock(m_lock);
     if (zar::platform::refresh_modules() || m_lines.size() > lines_max) m_lines.clear();
     return lock;
   }
 
-  /// REQUIRES: the lock of open() is held; the line stays while it is.
+  /// REQUIRES: the lock from open() is held; the reference is valid as long as it is.
   const std::string &line(unsigned long long address) {
     const auto [at, is_new] = m_lines.try_emplace(address);
     if (is_new) {
@@ -47,7 +47,7 @@ line_cache &lines() {
   return cache;
 }
 
-/// How many frames have to be taken for `depth`, the first of which is not shown.
+/// The number of frames to capture for `depth`, including the first, which is not shown.
 int frames_wanted(int depth) {
   static const bool debugged = zar::platform::is_debugged();
   const unsigned wanted = std::min(static_cast<unsigned>(depth), frames_max);
@@ -56,7 +56,7 @@ int frames_wanted(int depth) {
 
 } // namespace
 
-// Neither may melt into its caller: its own frame is the one that is not shown.
+// Neither may be inlined: its own frame is the one that is not shown.
 [[gnu::noinline]] std::string zarReadStack(int depth) {
   unsigned long long frames[frames_max];
   const int count = zar::platform::capture_stack(frames, frames_wanted(depth));

@@ -21,7 +21,7 @@ bool symbolize_address(unsigned long long address, char *out, size_t capacity) {
   if (!symbol_handler()) return false;
   platform::symbol found;
   platform::describe_address(address, found);
-  // Without line information the blank still stands in front of the name.
+  // The blank before the name stays if there is no line information.
   if (*found.file)
     std::snprintf(out, capacity, "%s(%d): %s", found.file, found.line, found.name);
   else

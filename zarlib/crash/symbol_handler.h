@@ -5,11 +5,11 @@
 
 namespace zar {
 
-/// Opens the symbols at the first call. @return Whether there are any; always the same answer.
+/// Opens the symbols at the first call. @return Whether they are available; the same at every call.
 bool symbol_handler();
 
-/// Writes "file(line): name" for an address, as far as it is known, cut to `capacity` bytes with the end.
-/// Runs in a dying process too. @return False without a symbol handler; `out` is untouched then.
+/// Writes "file(line): name" for an address, as far as known, truncated to `capacity` bytes including the terminator.
+/// May run in a dying process. @return False, with `out` unchanged, if there is no symbol handler.
 bool symbolize_address(unsigned long long address, char *out, size_t capacity);
 
 } // namespace zar
