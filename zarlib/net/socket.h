@@ -42,7 +42,7 @@ ZAR_API int sockPeekRecvLength(unsigned fd);
 /// Connects a non-blocking socket.
 /// @param addr       16 bytes of it are passed to the system, which rejects an IPv6 address for that: only IPv4
 ///                   connects.
-/// @param timeoutMs  0 starts the connection and only checks; -1 waits without limit.
+/// @param timeoutMs  0 only starts connecting and checks once; -1 waits without limit.
 /// @return Whether the connection is established; also true for a socket that was connected before, even if that
 ///         connection has died since. The last error does not report a refusal that arrived during the wait.
 ZAR_API bool sockAsyncConnect(unsigned fd, const sockaddr *addr, int timeoutMs);

@@ -52,7 +52,8 @@ public:
   /// Signals this event, see SendEvent(). A 0 is traced at level 7. Cost: one system call.
   int SetEvent();
 
-  /// Waits for a signal and takes one. Cost: one system call on Linux if one is pending, otherwise and on Windows two.
+  /// Waits for a signal and takes one. Cost: on Linux one system call if a signal is pending, three if it has to be
+  /// waited for; on Windows two.
   /// @param timeoutMs  0 only checks; -1 waits without limit.
   /// @return 1 when a signal was taken, 0 on time-out and for a closed event. A failed receive, such as an empty
   ///         datagram, is also 0, after a pause of 100 ms so that a loop around it does not spin.

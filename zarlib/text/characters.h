@@ -1,7 +1,7 @@
 // Single characters, character tables, and iterating over UTF-8.
 //
-// Nothing here consults a locale, keeps state or fails; any thread may call it at any time, even before main and during
-// exit.
+// Nothing here consults a locale, keeps state or fails; any thread may call it at any time, even before main and
+// during exit.
 #pragma once
 
 #include "zarlib/export.h"
@@ -12,7 +12,7 @@
 ZAR_API int chIsAlpha(int c);
 /// @return Non-zero for 0 to 9 only.
 ZAR_API int chIsDigit(int c);
-/// @return Non-zero for blank, tab, carriage return and line feed only.
+/// @return Non-zero for space, tab, carriage return and line feed only.
 ZAR_API int chIsWhiteSpace(int c);
 /// @return Non-zero for slash and backslash; only the low byte of `c` is examined.
 ZAR_API int chIsPathSeparator(int c);
@@ -29,7 +29,7 @@ ZAR_API const std::string &getTabAlphaAll();      ///< a to z, then A to Z
 ZAR_API const std::string &getTabDigit10();       ///< 0 to 9
 ZAR_API const std::string &getTabDigit16();       ///< 0 to 9, a to f, A to F
 ZAR_API const std::string &getTabPathSeparator(); ///< slash, backslash
-ZAR_API const std::string &getTabWhiteSpace();    ///< blank, tab, carriage return, line feed
+ZAR_API const std::string &getTabWhiteSpace();    ///< space, tab, carriage return, line feed
 
 // UTF-8. Only sequences of one, two and three bytes are recognised, which covers 16 bits; each byte of a four-byte
 // sequence counts as a character. Continuation bytes are not validated.

@@ -25,7 +25,7 @@ ZAR_API std::string zarGetAppRootPath();
 /// @return The document path, whose "/log/" holds logs and crash files; empty until zarSetAppDocPath() sets it. Any
 ///         thread.
 ZAR_API std::string zarGetAppDocPath();
-/// zarGetAppDocPath() under another name.
+/// Same as zarGetAppDocPath().
 ZAR_API std::string zarGetAppDataRootPath();
 
 /// Sets the document path; backslashes are stored as slashes. No directory is created, no trailing separator added. Any

@@ -11,7 +11,7 @@
 
 /// @return Whether the texts are byte-identical.
 ZAR_API bool sameString(const std::string &a, const std::string &b);
-/// sameString() under another name, used for XML keys and tags.
+/// Same as sameString(); used for XML keys and tags.
 ZAR_API bool sameXmlKeyName(const std::string &a, const std::string &b);
 /// @return Whether the texts are equal except for the case of ASCII letters.
 ZAR_API bool sameStringNC(const std::string &a, const std::string &b);
