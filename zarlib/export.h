@@ -13,8 +13,8 @@
 #define ZAR_API __attribute__((visibility("default")))
 #define ZAR_LOCAL __attribute__((visibility("hidden")))
 #endif
+
 /// Lets the compiler check a printf-style format against its arguments; both indices start at 1.
-/// Lets the compiler compare a printf-style format with its arguments; both counts start at 1.
 #if defined(__MINGW32__)
 #define ZAR_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
 #elif defined(__GNUC__)
