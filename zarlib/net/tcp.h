@@ -93,7 +93,7 @@ public:
 
   /// Waits for `offset` + `size` bytes and copies the last `size` of them; they stay in the buffer.
   /// @param out        Unchanged when false. With null, only waits.
-  /// @return Whether the bytes were there in time. Also false for a negative offset or size.
+  /// @return Whether the bytes were there in time. Also false for a negative offset or size, unless `out` is null.
   bool peek(void *out, int offset, int size, int timeoutMs);
   bool peek(std::vector<unsigned char> &out, int offset, int size, int timeoutMs);
 
