@@ -22,8 +22,7 @@ chCriticalSection::chCriticalSection() { zar::platform::lock_init(lock_in(m_lock
 
 chCriticalSection::~chCriticalSection() { zar::platform::lock_destroy(lock_in(m_lock)); }
 
-// Relaxed suffices for the owner word: only the holder writes it, so a thread that finds its own id there wrote it
-// itself.
+// Relaxed suffices for the owner word: only the holder writes it, so a thread that finds its own id wrote it.
 int chCriticalSection::Lock() {
   m_owner.store(zar::platform::lock_enter(lock_in(m_lock)), std::memory_order_relaxed);
   return 1;

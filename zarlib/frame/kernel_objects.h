@@ -68,7 +68,7 @@ private:
 ///     OpenMutexA           opens               REQUIRES: not called; the first handle would leak until process exit
 ///     Lock                 0 and a warning     waits
 ///     Unlock               a warning           releases
-///     IsLockedByThisThread 0                   1 or 0
+///     IsLockedByThisThread 0, see CloseMutex   1 or 0
 ///     CloseMutex           nothing             closed
 ///     destructor           nothing             nothing: the handle stays open until the process ends; close first
 ///

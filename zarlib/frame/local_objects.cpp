@@ -26,8 +26,7 @@ namespace {
 template <class Record>
 using record_table = std::unordered_map<std::string, Record>;
 
-// Every object's constructor touches its table and the static lock, so at process exit these are destroyed after the
-// last object.
+// Every object's constructor touches its table and the static lock, so at process exit these outlive all objects.
 record_table<mapFileLocalRecord> &mapFileLocalTable() {
   static record_table<mapFileLocalRecord> table;
   return table;
@@ -70,8 +69,8 @@ bool give_back(Record &record, Object *object) {
   return --record.references == 0;
 }
 
-/// Clears a pointer so that the store survives even in a dying object: a destroyed singleton may still be used, and
-/// then reads as closed.
+/// Clears a pointer with a store that the compiler must keep even in a dying object: a destroyed singleton may still
+/// be used, and then reads as closed.
 template <class Record>
 void forget(Record *&record) {
   std::atomic_ref<Record *>(record).store(nullptr, std::memory_order_relaxed);

@@ -61,7 +61,7 @@ private:
 ///                          closed     open
 ///     OpenMutexA           opens      REQUIRES: not called; the first reference would leak
 ///     Lock                 0          waits, 1
-///     Unlock               nothing    as chCriticalSection::Unlock()
+///     Unlock               nothing    like chCriticalSection::Unlock()
 ///     IsLockedByThisThread 0          1 or 0
 ///     IsCreateByMe         0          1 for the creator, else 0
 ///     CloseMutex           nothing    drops the reference; closed

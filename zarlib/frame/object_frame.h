@@ -43,7 +43,7 @@ static_assert(sizeof(ipcObjectHeader) == 8, "a storage format");
 ///     OpenShareObject     opens, or refuses   REQUIRES: not called
 ///     CloseShareObject    nothing             closes; the last one frees the block as raw memory
 ///     getObject           REQUIRES: not called   the object
-///     destructor          nothing             as CloseShareObject
+///     destructor          nothing             like CloseShareObject
 ///
 /// T's destructor never runs: what a T owns outside its block is leaked when the block goes. The mutex guards
 /// everything in the block; it is not recursive. Open and close a frame from one thread at a time.

@@ -14,7 +14,7 @@
 /// costs one atomic addition; the object and its count are one block of baseDymicAlloc.
 ///
 ///     state     data()                  pointer(), operator->   hasData()   referenceCount()   setNull()
-///     null      creates T: sharing      null                    false       0                  nothing
+///     null      creates T; sharing      null                    false       0                  nothing
 ///     sharing   the object              its address             true        its handles        null; last ends T
 ///
 /// The library exports the instantiation polymorphic_frame<chFileStdio>.

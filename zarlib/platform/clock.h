@@ -11,7 +11,7 @@ struct boot_time {
   int microseconds; ///< 0 to 999999
 };
 
-/// Never runs backward, on any thread.
+/// Never runs backward, on any thread, until it wraps on Windows: after some 10.7 days with a 10 MHz counter.
 boot_time read_boot_time();
 
 /// The same clock in whole milliseconds.

@@ -24,7 +24,8 @@ public:
   int microseconds; ///< 0 to 999999
 };
 
-/// The clock. It counts from the start of the machine and never runs backward. Any thread; no lock, no allocation.
+/// The clock. It counts from the start of the machine and never runs backward, short of the wrap below. Any thread; no
+/// lock, no allocation.
 class ZAR_API chTimer {
 public:
   /// @return The current tick. On Windows the counter is multiplied by 1000000 before it is divided by its frequency,
