@@ -1,7 +1,7 @@
 // The named object table: memory blocks by name, shared by all code of the process.
 //
 // The first request for a name gets a new block of the requested size, later ones the same block; an out-parameter
-// tells which. The table is a single 8 KiB block, so use it for small things: all blocks and names share about 8000 bytes.
+// tells which. The table is a single 8 KiB block, for small things only: all blocks and names share about 8000 bytes.
 //
 //     int created = 0;
 //     nameHelperLock();

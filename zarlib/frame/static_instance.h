@@ -12,7 +12,7 @@ ZAR_API chThreadLock<chCriticalSection> &getStaticObjectCritical();
 
 namespace zar {
 
-/// Makes the calling thread the builder if there is none. If it already is the builder, ends the process with the message.
+/// Makes the calling thread the builder if there is none. If it already is, ends the process with the message.
 /// @return Whether the caller must build; otherwise another thread is building or has built.
 bool claim_static_instance(unsigned long &builder, const char *message);
 
