@@ -6,7 +6,7 @@ namespace zar {
 
 namespace {
 
-/// The character whose entity stands at the start of `phrase`, or 0.
+/// The character whose entity `phrase` starts with, or 0.
 char character_at(std::string_view phrase) {
   for (const char c : {'\'', '"', '<', '>', '&'})
     if (phrase.substr(0, xml_entity(c).size()) == xml_entity(c)) return c;
@@ -15,8 +15,8 @@ char character_at(std::string_view phrase) {
 
 } // namespace
 
-// Replacing one entity after another in the whole text, the ampersand's last, gives the same: no entity holds a
-// character that another one decodes to, but for the ampersand, and what that one yields is not looked at again.
+// Equivalent to replacing one kind of entity after another in the whole text, the ampersand's last: the only character
+// in an entity that another decodes to is the ampersand, and what "&amp;" yields is not scanned again.
 char *xml_decode_to(std::string_view phrase, char *place) {
   for (;;) {
     const size_t plain = std::min(phrase.find('&'), phrase.size());

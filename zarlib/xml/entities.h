@@ -1,4 +1,4 @@
-// Entities on views of text, for the parser and the serialiser.
+// Encoding and decoding entities in string views, for the parser and the serialiser.
 #pragma once
 
 #include "zarlib/xml/words.h"
@@ -8,7 +8,7 @@
 
 namespace zar {
 
-/// The entity of a character, empty for one that stands for itself.
+/// The entity of a character; empty if it needs none.
 constexpr std::string_view xml_entity(char c) {
   switch (c) {
   case '\'':
@@ -26,24 +26,24 @@ constexpr std::string_view xml_entity(char c) {
   }
 }
 
-/// `phrase` with the entities decoded.
+/// `phrase` with entities decoded.
 std::string xml_decoded(std::string_view phrase);
 
-/// Writes `phrase` decoded, which makes it no longer. @return The end of what was written.
+/// Writes `phrase` decoded, which never makes it longer. @return The end of the output.
 char *xml_decode_to(std::string_view phrase, char *place);
 
-/// Whether any of a word's bytes is an ampersand.
+/// Whether any byte of a word is an ampersand.
 constexpr bool xml_word_has_ampersand(std::uint64_t word) { return zero_bytes(word ^ in_each_byte('&')) != 0; }
 
-/// Whether any of a word's bytes has an entity. Two pairs of the five characters differ in one bit only.
+/// Whether any byte of a word has an entity. Two pairs of the five characters each differ in a single bit.
 constexpr bool xml_word_has_entity(std::uint64_t word) {
   static_assert(('&' | 1) == '\'' && ('<' | 2) == '>');
   return (zero_bytes((word | in_each_byte(1)) ^ in_each_byte('\'')) |
           zero_bytes((word | in_each_byte(2)) ^ in_each_byte('>')) | zero_bytes(word ^ in_each_byte('"'))) != 0;
 }
 
-/// Copies from the start of `text` what stands for itself, up to the first character that has an entity.
-/// @return How many characters.
+/// Copies the start of `text` up to the first character that has an entity.
+/// @return The number of characters copied.
 inline size_t xml_copy_plain(std::string_view text, char *place) {
   const char *const from = text.data();
   const size_t size = text.size();

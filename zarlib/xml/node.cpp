@@ -15,7 +15,7 @@ using attribute_list = xml_node::attribute_list;
 
 namespace {
 
-// At least an address fits in the place of a text.
+// The place of a text always has room for an address.
 constexpr size_t smallest_place = 8;
 static_assert(smallest_place >= sizeof(std::string *));
 static_assert(std::is_trivially_destructible_v<xml_node> && std::is_trivially_destructible_v<xml_element_node>);
@@ -24,7 +24,7 @@ bool is_element_kind(int type) {
   return type == xmlTypeDeclaration || type == xmlTypeElement || type == xmlTypeDocument;
 }
 
-/// The place for a text in its record.
+/// The bytes reserved for a text in its record.
 size_t place_for(size_t length) {
   return length <= xml_node::longest_in_place ? std::max(length, smallest_place) : smallest_place;
 }
@@ -36,7 +36,7 @@ size_t packed_size(const xml_attribute_phrase *attributes, size_t count) {
   return size;
 }
 
-/// Copies a text, entities decoded. @return The end of the copy.
+/// Copies a text, decoding entities. @return The end of the copy.
 char *copy_decoded(std::string_view text, char *place) {
   constexpr auto has_ampersand = [](std::uint64_t word) { return zar::xml_word_has_ampersand(word); };
   if (text.size() < 4) return zar::copy_short(text.data(), text.size(), place); // no entity is that short
@@ -58,7 +58,7 @@ void pack(char *at, const xml_attribute_phrase *attributes, size_t count) {
 
 } // namespace
 
-/// Makes a record, in a block or alone, with room for packed attributes.
+/// Makes a record, in a block or on its own, with room for packed attributes.
 xml_node *xml_node::build(xml_node_blocks *blocks, int type, bool attributes_too, std::string_view text, bool decoded,
                           size_t packed_bytes) {
   if (text.size() > longest_in_place) {
@@ -118,7 +118,7 @@ void xml_node::put_text_apart(std::string *text) {
 
 void xml_node::set_text(std::string_view text) {
   text_is_plain = false;
-  if (packed_count > 0) { // they stand behind the text
+  if (packed_count > 0) { // they follow the text
     list_of_attributes();
     packed_count = 0;
   }
@@ -153,7 +153,7 @@ attribute_list &xml_node::list_of_attributes() {
     made->emplace_back(key, value);
     return false;
   });
-  attribute_list *other = nullptr; // another reader may have been faster
+  attribute_list *other = nullptr; // another reader may have published its list first
   auto &place = static_cast<xml_element_node *>(this)->list;
   return place.compare_exchange_strong(other, made.get(), std::memory_order_acq_rel) ? *made.release() : *other;
 }
@@ -224,10 +224,10 @@ int xml_node::release(xml_node *node) {
   return left;
 }
 
-/// Takes apart what nothing holds any more. The dead are a stack of their own: `parent` of each leads back to the one
-/// whose child it was, and `last_child` to the child that comes next, from the last to the first. A child that has no
-/// other reference dies too, for nobody can make one from ours; the links of one that may live on are cleared before
-/// our reference goes.
+/// Destroys a tree that nothing refers to any more. The dead nodes serve as the stack: `parent` of each is the node
+/// whose child it was, `last_child` the next child to process, from last to first. A child without other references
+/// dies too, since nobody can obtain one from ours; the links of a child that may survive are cleared before our
+/// reference is dropped.
 void xml_node::dissolve(xml_node *node) {
   zar::xml_node_returns returns;
   node->parent = nullptr;

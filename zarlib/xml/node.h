@@ -1,4 +1,4 @@
-// The record of an XML node, and what is done with records below the handles.
+// The record of an XML node, and the operations on records that underlie the handles.
 #pragma once
 
 #include "zarlib/xml/node_blocks.h"
@@ -14,7 +14,7 @@
 
 namespace zar {
 
-/// An attribute as it stands in a text, with entities.
+/// An attribute as written in a text, entities not decoded.
 struct xml_attribute_phrase {
   std::string_view key;
   std::string_view value;
@@ -23,40 +23,40 @@ struct xml_attribute_phrase {
 
 } // namespace zar
 
-/// One node: a count, five links, and its text at the end of the same stretch of memory.
+/// One node: a reference count, five links and, at the end of the same allocation, its text.
 ///
-/// A record of element kind is an xml_element_node. Its attributes stand packed behind its text, as they were read,
-/// until somebody asks for the list or changes it; from then on the list holds them.
-/// A text that grows beyond its place, or is too long for it, moves to a std::string of its own, whose address then
-/// stands in that place.
+/// A record that can have attributes is an xml_element_node. Attributes read by the parser are stored packed after the
+/// text until the list is asked for or changed; from then on the list holds them.
+/// A text too long for its place, at first or after a change, is kept in a separate std::string, whose address is then
+/// stored in that place.
 struct chXmlObject::xmlNodeData {
   using attribute_list = std::list<std::pair<std::string, std::string>>;
 
-  std::atomic<int> references{1};   ///< one for each handle, one while a parent links it
+  std::atomic<int> references{1};   ///< one per handle, plus one while a parent links to it
   std::uint32_t type : 3;           ///< the xmlType
   std::uint32_t has_attributes : 1; ///< whether this is an xml_element_node
-  std::uint32_t text_is_apart : 1;  ///< whether the place of the text holds the address of a std::string
-  std::uint32_t text_is_plain : 1;  ///< whether the text is known to have no character that is written as an entity
-  std::uint32_t packed_count : 4;   ///< the attributes behind the text
-  std::uint32_t text_length : 10;   ///< of a text in its place
+  std::uint32_t text_is_apart : 1;  ///< whether the text's place holds the address of a std::string
+  std::uint32_t text_is_plain : 1;  ///< whether the text is known to need no entities
+  std::uint32_t packed_count : 4;   ///< number of attributes packed after the text
+  std::uint32_t text_length : 10;   ///< of a text stored in its place
   std::uint32_t distance : 12;      ///< to the start of the block, see xml_node_blocks
-  xmlNodeData *parent = nullptr;    ///< not counted, as no link but a parent's on its children is
+  xmlNodeData *parent = nullptr;    ///< not counted; only a parent's link to a child is
   xmlNodeData *first_child = nullptr;
   xmlNodeData *last_child = nullptr;
   xmlNodeData *next = nullptr;
   xmlNodeData *previous = nullptr;
 
-  static constexpr size_t most_packed = 15;           ///< attributes behind a text
-  static constexpr size_t longest_in_place = 1023;    ///< text, and so much again of attributes
-  static constexpr size_t bytes_around_attribute = 4; ///< two lengths
+  static constexpr size_t most_packed = 15;           ///< packed attributes
+  static constexpr size_t longest_in_place = 1023;    ///< bytes of text, and as many again of attributes
+  static constexpr size_t bytes_around_attribute = 4; ///< its two lengths
 
-  /// Makes a record without links, counted once; null for a type outside 1 to 6.
+  /// Makes an unlinked record with a count of 1; null for a type outside 1 to 6.
   static xmlNodeData *make(int type, std::string_view text);
   /// The same in a block. REQUIRES: a type of 1 to 6.
-  /// @param decoded  Whether entities in `text` are decoded on the way.
+  /// @param decoded  Whether to decode entities in `text`.
   static xmlNodeData *make(zar::xml_node_blocks &blocks, int type, std::string_view text, bool decoded);
-  /// The same with attributes, whose values are decoded. REQUIRES: no key twice, each plain, at most most_packed of
-  /// them, which need, each with bytes_around_attribute, at most longest_in_place.
+  /// The same with attributes, whose values are decoded. REQUIRES: keys that are unique and plain, at most most_packed
+  /// attributes, and at most longest_in_place bytes in total, including bytes_around_attribute for each.
   static xmlNodeData *make(zar::xml_node_blocks &blocks, int type, std::string_view text,
                            const zar::xml_attribute_phrase *attributes, size_t count);
   /// Makes a document that cannot have attributes.
@@ -69,31 +69,31 @@ struct chXmlObject::xmlNodeData {
   void set_text(std::string_view text);
 
   static constexpr size_t in_first_word = 8;
-  /// The first 8 bytes where the text stands; behind a shorter text anything. REQUIRES: the text is in its place.
+  /// The first 8 bytes of the text; bytes past a shorter text are arbitrary. REQUIRES: the text is in its place.
   std::uint64_t first_word() const { return zar::load_word<std::uint64_t>(text_place()); }
-  /// Whether the text goes on, behind its first 8 bytes, as `text` does. REQUIRES: in its place, as long as `text`.
+  /// Whether the text equals `text` after the first 8 bytes. REQUIRES: it is in its place and as long as `text`.
   bool goes_on_as(std::string_view text) const {
     return text.size() <= in_first_word ||
            std::memcmp(text_place() + in_first_word, text.data() + in_first_word, text.size() - in_first_word) == 0;
   }
 
-  /// 0 for a record without room for attributes, as all that follow treat it as one without any.
+  /// 0 for a record that cannot have attributes; the functions below likewise treat it as having none.
   size_t attribute_count() const;
-  /// Whether the attributes are packed; their keys are plain then.
+  /// Whether the attributes are packed, which implies plain keys.
   bool attributes_are_packed() const { return !list(); }
   std::optional<std::string_view> find_attribute(std::string_view key) const;
-  /// Calls `visit(key, value)` for each attribute, until one answers true. @return Whether one did.
+  /// Calls `visit(key, value)` for each attribute until it returns true. @return Whether it did.
   template <class Visit>
   bool any_attribute(Visit visit) const;
-  /// The attributes as a list, made now if they were packed; several threads may ask at once. REQUIRES: has_attributes.
+  /// The attributes as a list, built now if they were packed; thread-safe. REQUIRES: has_attributes.
   attribute_list &list_of_attributes();
 
-  /// Whether a child is the only one, and a text.
+  /// Whether the only child is a text.
   bool holds_one_text() const { return first_child && first_child == last_child && first_child->type == xmlTypeText; }
 
   int level() const;
 
-  /// Links `child` as the last one, without counting.
+  /// Links `child` as the last child, without counting.
   void link_last(xmlNodeData &child) {
     child.parent = this;
     if (last_child) {
@@ -104,16 +104,16 @@ struct chXmlObject::xmlNodeData {
     }
     last_child = &child;
   }
-  /// Takes out `child`, without counting.
+  /// Unlinks `child`, without counting.
   void unlink(xmlNodeData &child);
 
-  /// A copy of this record, without links, in a block or alone.
+  /// An unlinked copy of this record, in a block or on its own.
   xmlNodeData *copy(zar::xml_node_blocks *blocks) const;
-  /// A copy of this record and all below it.
+  /// A copy of this record and its subtree.
   xmlNodeData *copy_tree() const;
 
   void retain() { references.fetch_add(1, std::memory_order_relaxed); }
-  /// Drops a reference, and the record and what it alone holds with the last one. @return The new count.
+  /// Drops a reference; the last one destroys the record and whatever it alone holds. @return The new count.
   static int release(xmlNodeData *node);
 
 private:
@@ -186,7 +186,7 @@ xml_node *find_element(xml_node *from, Test test) {
   return from;
 }
 
-/// The test for an element of that name, as quick as can be for each of many: length and first word decide nearly all.
+/// Tests for an element of that name. Fast for long searches: length and first word decide nearly every case.
 class element_named {
 public:
   explicit element_named(std::string_view name) : m_name(name) {
@@ -206,7 +206,7 @@ private:
   std::uint64_t m_mask;
 };
 
-/// Drops the reference that it holds, unless it was handed on.
+/// Owns a reference and drops it on destruction, unless released by hand_on().
 class xml_node_owner {
 public:
   explicit xml_node_owner(xml_node *node) : m_node(node) {}

@@ -10,7 +10,7 @@
 
 namespace zar {
 
-// While a block is being filled nobody knows how many records it will have; until then it has this many users.
+// A block being filled has this many users, as its final number of records is not known yet.
 static constexpr int while_open = std::numeric_limits<int>::max() / 2;
 
 static_assert((xml_node_block::largest_in_heap - xml_node_block::step) / xml_node_block::step ==

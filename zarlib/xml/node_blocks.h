@@ -1,4 +1,4 @@
-// Where the records of XML nodes come from, and how they go back.
+// Allocation of the records of XML nodes.
 #pragma once
 
 #include <atomic>
@@ -7,24 +7,24 @@
 
 namespace zar {
 
-/// A stretch of memory that holds records, one behind another; it goes when the last of them has gone.
+/// A block of memory that holds records back to back; it is freed with the last of them.
 struct alignas(8) xml_node_block {
   std::atomic<int> users;
   std::uint32_t bytes;
 
-  /// The place of a record is counted in steps of 8 bytes from the block's start.
+  /// The unit of a record's distance from the start of its block, in bytes.
   static constexpr size_t step = 8;
   static constexpr size_t largest_in_heap = 32 * 1024;
-  /// The place of all records in a block that is a large page: its start shows in their addresses.
+  /// The distance stored for every record in a large page, whose start follows from the record's address.
   static constexpr std::uint32_t in_large_page = 0xFFF;
 
   static xml_node_block *of(void *record, std::uint32_t distance);
   static void leave(xml_node_block *block, int records);
 };
 
-/// Hands out room for the records of one reading or copying, from blocks of 1 KB at first, then of up to 32 KB, and of
-/// a large page each where the system has them and 4 MB are taken. The records outlive this object. Each counts as one
-/// allocation of baseDymicAlloc.
+/// Allocates the records of one parse or copy from blocks of 1 KB at first, then up to 32 KB, and, once 4 MB are taken,
+/// of one large page each if the system provides them. The records outlive this object. Each counts as one allocation
+/// of baseDymicAlloc.
 class xml_node_blocks {
 public:
   xml_node_blocks() = default;
@@ -32,8 +32,8 @@ public:
   xml_node_blocks &operator=(const xml_node_blocks &) = delete;
   ~xml_node_blocks() { close(); }
 
-  /// @param distance  Receives the record's place in its block.
-  /// @return Room for a record of at most a few KB. Throws std::bad_alloc.
+  /// @param distance  Receives the record's distance from the start of its block.
+  /// @return Memory for a record of at most a few KB. Throws std::bad_alloc.
   void *take(size_t bytes, std::uint32_t &distance) {
     bytes = (bytes + xml_node_block::step - 1) / xml_node_block::step * xml_node_block::step;
     if (!m_block || m_block->bytes - m_used < bytes) open(bytes);
@@ -46,20 +46,20 @@ public:
   }
 
 private:
-  static constexpr size_t smallest = 1024;                    // of the blocks
-  static constexpr size_t enough_for_pages = 4 * 1024 * 1024; // taken before
+  static constexpr size_t smallest = 1024;                    // size of a block
+  static constexpr size_t enough_for_pages = 4 * 1024 * 1024; // taken before large pages are used
 
   void open(size_t bytes);
   void close();
 
   xml_node_block *m_block = nullptr;
   size_t m_used = 0;
-  size_t m_taken = 0; // by all blocks
-  int m_records = 0;  // of the open block
+  size_t m_taken = 0; // size of all blocks
+  int m_records = 0;  // in the open block
   bool m_in_large_page = false;
 };
 
-/// Takes back the records of a tree that goes, and settles with their blocks and the balance in few steps.
+/// Frees the records of a tree that is destroyed, batching the updates of their blocks and of the balance.
 class xml_node_returns {
 public:
   xml_node_returns() = default;
@@ -67,12 +67,12 @@ public:
   xml_node_returns &operator=(const xml_node_returns &) = delete;
   ~xml_node_returns();
 
-  /// @param distance  As take() gave it; 0 for a record that is a block of baseDymicAlloc by itself.
+  /// @param distance  As set by take(); 0 for a record allocated on its own by baseDymicAlloc.
   void give_back(void *record, std::uint32_t distance);
 
 private:
-  xml_node_block *m_block = nullptr; // the one of the last records
-  int m_records = 0;                 // in it
+  xml_node_block *m_block = nullptr; // that of the most recent records
+  int m_records = 0;                 // returned to it, not yet settled
   unsigned m_all_records = 0;        // wraps, as the balance does
 };
 

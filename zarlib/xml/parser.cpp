@@ -25,7 +25,7 @@ bool is_white(char c) { return white_table[static_cast<unsigned char>(c)]; }
 bool ends_plain_name(char c) { return plain_name_table[static_cast<unsigned char>(c)]; }
 bool is_delimiter(char c) { return delimiter_table[static_cast<unsigned char>(c)]; }
 
-// The inner steps go on pairs of pointers, which stay in registers.
+// The inner steps work on pairs of pointers, which stay in registers.
 
 std::string_view between(const char *from, const char *to) { return {from, static_cast<size_t>(to - from)}; }
 
@@ -50,7 +50,7 @@ const char *find(const char *at, const char *end, char c) {
   return at == end ? nullptr : static_cast<const char *>(std::memchr(at, c, static_cast<size_t>(end - at)));
 }
 
-/// The name or key at `at`: all up to the next delimiter. @param plain  Whether none of its characters has an entity.
+/// The name or key at `at`, up to the next delimiter. @param plain  Receives whether no character has an entity.
 std::string_view name_at(const char *at, const char *end, bool &plain) {
   const char *const start = at;
   while (at != end && !ends_plain_name(*at)) ++at;
@@ -59,7 +59,7 @@ std::string_view name_at(const char *at, const char *end, bool &plain) {
   return between(start, at);
 }
 
-/// Reads the attribute at `at`. @return The place behind it and the white space that follows.
+/// Reads the attribute at `at`. @return The position after it and any white space that follows.
 [[gnu::always_inline]] inline const char *take_attribute(const char *at, const char *end,
                                                          xml_attribute_phrase &attribute) {
   attribute.key = name_at(at, end, attribute.key_is_plain);
@@ -76,7 +76,7 @@ std::string_view name_at(const char *at, const char *end, bool &plain) {
   return skip_white(value_end + 1, end);
 }
 
-/// Sets attributes in a list. Beyond a handful it keeps an index, so that a tag with many costs no more for each.
+/// Sets attributes in a list. Beyond a handful it keeps an index, so that the cost per attribute stays constant.
 class attribute_setter {
 public:
   explicit attribute_setter(xml_node::attribute_list &list) : m_list(list) {}
@@ -112,7 +112,7 @@ private:
   std::unordered_map<std::string_view, std::string *> m_index;
 };
 
-/// A child of the outermost sequence that is being read; it goes again unless its end is found.
+/// The child of the root that is being read; it is removed again unless its end is found.
 class unfinished_child {
 public:
   explicit unfinished_child(xml_node &root) : m_root(root) {}
@@ -131,7 +131,7 @@ private:
   xml_node *m_child = nullptr;
 };
 
-/// What follows a name, less the delimiter and white space.
+/// What follows a name, its delimiter and white space.
 const char *behind(std::string_view name, const char *end) {
   const char *const at = name.data() + name.size();
   return at == end ? end : skip_white(at + 1, end);
@@ -165,7 +165,7 @@ bool xml_reader::has_attribute(size_t count, std::string_view key) const {
   return false;
 }
 
-/// Makes the node of a tag. Attributes are packed as long as they are few and simple; what follows goes into the list.
+/// Makes the node of a tag. Attributes are packed as long as they are few and simple; the rest go into the list.
 xml_node *xml_reader::tag_node(int type, const xml_tag_inside &tag) {
   const char *at = tag.attributes, *const end = tag.end;
   size_t count = 0, bytes = 0;
@@ -200,7 +200,7 @@ std::string_view xml_reader::piece_up_to(std::string_view mark, const char *fail
 
 std::string_view xml_reader::declaration() { return piece_up_to("?>", "a declaration without end"); }
 
-// Quotes do not count: settled, files in the field are written with entities for what stands in values.
+// Quotes are ignored: settled, files in the field are written with entities inside values.
 xml_tag_inside xml_reader::tag(bool &closed) {
   bool plain;
   std::string_view name = name_at(m_at, m_end, plain);
@@ -218,8 +218,7 @@ void xml_reader::trim_rest() {
   m_end = trim_back(m_at, m_end);
 }
 
-// The name is looked at only where the tag lacks its end, at the end of the text: settled, files in the field rely on
-// it.
+// The name is compared only if the tag lacks its ">", at the end of the text: settled, files in the field rely on it.
 void xml_reader::end_tag(const xml_node &element) {
   m_at += 2;
   const char *const end = find(m_at, m_end, '>');
@@ -233,7 +232,7 @@ void xml_reader::element_content(xml_node &element) {
   end_tag(element);
 }
 
-/// Reads what starts with "<", and adds it to `parent`. @return The element whose content follows, or null.
+/// Reads the markup that starts with "<" and adds it to `parent`. @return The element whose content follows, or null.
 xml_node *xml_reader::markup(xml_node &parent) {
   const char kind = m_end - m_at > 1 ? m_at[1] : '\0';
   std::string_view piece;
@@ -263,7 +262,7 @@ std::string_view xml_reader::content(xml_node &root) {
   xml_node *open = &root;
   unfinished_child unfinished(root);
   bool any = false;
-  std::string_view text; // the last piece of text ahead of a tag on the outermost level
+  std::string_view text; // the last piece of text before a top-level tag
   for (;;) {
     const char *const start = skip_white(m_at, m_end);
     const char *const mark = find(start, m_end, '<');
@@ -284,7 +283,7 @@ std::string_view xml_reader::content(xml_node &root) {
     }
   }
   if (open != &root) throw "an element without end tag";
-  // The last piece of text ahead of a tag, and not what follows the last tag: settled, callers rely on it.
+  // The last piece of text before a tag, not what follows the last tag: settled, callers rely on it.
   if (!any) text = rest();
   return between(skip_white(text.data(), text.data() + text.size()), text.data() + text.size());
 }

@@ -1,4 +1,4 @@
-// The reader of XML text: one pass, an own stack, and the rests that the classes' parseContent() hand back.
+// The XML parser: one pass, no recursion, and the remainders that the classes' parseContent() return.
 #pragma once
 
 #include "zarlib/xml/node.h"
@@ -7,24 +7,24 @@
 
 namespace zar {
 
-/// The inside of a tag: a name, and what follows it.
+/// The inside of a tag: a name and what follows it.
 struct xml_tag_inside {
   explicit xml_tag_inside(std::string_view inside);
   xml_tag_inside(std::string_view tag_name, bool plain_name, const char *inside_end);
 
-  std::string_view name;  ///< empty where one is missing: malformed
+  std::string_view name;  ///< empty if missing, which is malformed
   bool name_is_plain;     ///< without characters that have an entity
-  const char *attributes; ///< behind the white space that follows the name
+  const char *attributes; ///< after the white space that follows the name
   const char *end;
 
-  /// Sets the attributes in a node, which stay set if a later one is malformed. Throws as xml_reader does, for a
-  /// missing name too.
+  /// Sets the attributes in a node; those before a malformed one stay set. Throws as xml_reader does, also if the name
+  /// is missing.
   void set_attributes(xml_node &node) const;
 };
 
-/// Reads a text from the front; what is left is always its end, perhaps with white space cut off behind.
+/// Reads a text from the front; what is left is always its tail, perhaps with trailing white space removed.
 ///
-/// Every operation throws a `const char *` that points at a constant text when the markup is malformed.
+/// Every operation throws a `const char *` to a constant text if the markup is malformed.
 class xml_reader {
 public:
   /// REQUIRES: the text outlives the reader.
@@ -34,22 +34,21 @@ public:
   std::string_view rest() const { return {m_at, static_cast<size_t>(m_end - m_at)}; }
 
   /// Reads a sequence of children into `root`, up to an end tag that matches none of them. After a failure `root` holds
-  /// the children that were complete.
-  /// @return What the sequence leaves: the end tag and all behind it, or a piece of text, as
-  /// chXmlObject::parseContent() tells.
+  /// the children completed before it.
+  /// @return What was not consumed: the end tag and all after it, or a piece of text, as specified at
+  ///         chXmlObject::parseContent().
   std::string_view content(xml_node &root);
 
-  /// From behind a tag's "<" to behind its ">". @return The inside; `closed` tells whether the tag closes its element
-  /// too.
+  /// Reads from after a tag's "<" past its ">". @return The inside; `closed` receives whether the tag is self-closing.
   xml_tag_inside tag(bool &closed);
 
-  /// What follows the start tag of `element`: its children and its end tag.
+  /// Reads what follows the start tag of `element`: its children and its end tag.
   void element_content(xml_node &element);
 
-  /// Cuts white space off both ends of the rest.
+  /// Trims white space off both ends of the rest.
   void trim_rest();
 
-  /// From behind a "<?" to behind its "?>". @return The inside.
+  /// Reads from after a "<?" past its "?>". @return The inside.
   std::string_view declaration();
 
 private:

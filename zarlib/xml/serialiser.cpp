@@ -8,7 +8,7 @@ namespace zar {
 
 namespace {
 
-/// Walks over a tree, without recursion, and writes each node.
+/// Walks a tree without recursion and writes each node.
 class exporter {
 public:
   explicit exporter(bool compact) : m_compact(compact) {}
@@ -91,7 +91,7 @@ private:
     m_open.push_back({&node, node.first_child, level, is_element});
   }
 
-  // Raw in the form of many lines, with entities in the compact one: settled, readers of either form rely on it.
+  // Raw in the multi-line form, with entities in the compact one: settled, readers of either form rely on it.
   void piece(std::string_view before, const xml_node &node, std::string_view after, int level) {
     indent(level);
     m_sink.put(before);

@@ -1,4 +1,4 @@
-// A text in the making.
+// A text under construction.
 #pragma once
 
 #include "zarlib/xml/entities.h"
@@ -12,20 +12,20 @@
 
 namespace zar {
 
-/// Takes a text in pieces, without ever moving what it has. In the end one string of the right size is made.
+/// Collects a text in pieces without ever moving them; text() builds one string of the exact size.
 class text_sink {
 public:
   void put(std::string_view text) { m_at = copy_short(text.data(), text.size(), room(text.size())); }
 
   void put_blanks(size_t count) {
-    constexpr size_t few = 16; // written whole, for that is one store
+    constexpr size_t few = 16; // always written in full, in one store
     char *const at = room(std::max(count, few));
     std::memset(at, ' ', few);
     if (count > few) std::memset(at, ' ', count);
     m_at = at + count;
   }
 
-  /// A text that is known where it is written.
+  /// A string literal.
   template <size_t size>
   void put(const char (&text)[size]) {
     char *const at = room(size - 1);
@@ -33,7 +33,7 @@ public:
     m_at = at + size - 1;
   }
 
-  /// Entities written. Room is taken for a little at a time: a piece that an entity made too small is lost.
+  /// Escapes with entities. Reserves little at a time, since the rest of a piece that turns out too small is wasted.
   void put_escaped(std::string_view text) {
     while (!text.empty()) {
       const std::string_view front = text.substr(0, at_once);
@@ -74,7 +74,7 @@ private:
     return m_at;
   }
 
-  static constexpr size_t smallest = 4 * 1024, largest = 1024 * 1024; // pieces
+  static constexpr size_t smallest = 4 * 1024, largest = 1024 * 1024; // sizes of pieces
   static constexpr size_t at_once = 512;
 
   std::vector<piece> m_pieces;

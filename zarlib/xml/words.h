@@ -1,4 +1,4 @@
-// Short texts taken in words instead of bytes.
+// Processing short texts by words instead of bytes.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@ namespace zar {
 
 constexpr std::uint64_t in_each_byte(unsigned char c) { return std::uint64_t{0x0101010101010101} * c; }
 
-/// The first bits of `word`'s zero bytes are set in the result; of other bytes only where a zero byte stands below.
+/// Sets the top bit of each zero byte of `word`; a nonzero byte may be flagged too, but only above a zero byte.
 constexpr std::uint64_t zero_bytes(std::uint64_t word) { return (word - in_each_byte(1)) & ~word & in_each_byte(0x80); }
 
 template <class Word>
@@ -24,8 +24,8 @@ void store_word(char *to, Word word) {
   std::memcpy(to, &word, sizeof(Word));
 }
 
-/// Copies 4 to 16 bytes in two words, which may overlap, unless a byte is found in them.
-/// @param found  Answers for a word of 8 bytes, also for one of 4 filled up with zeros.
+/// Copies 4 to 16 bytes as two words, which may overlap, unless `found` matches one of them.
+/// @param found  Tests a word of 8 bytes, or one of 4 zero-extended to 8.
 /// @return Whether they were copied.
 template <class Found>
 bool copy_in_two_words(const char *from, size_t size, char *to, Found found) {
@@ -43,7 +43,7 @@ bool copy_in_two_words(const char *from, size_t size, char *to, Found found) {
   return true;
 }
 
-/// Copies any number of bytes, few as a rule. @return The end of the copy.
+/// Copies any number of bytes; fast for few. @return The end of the copy.
 inline char *copy_short(const char *from, size_t size, char *to) {
   if (size > 16) {
     std::memcpy(to, from, size);

@@ -8,20 +8,20 @@
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 #endif
 
-/// A handle on a document: the node above the declarations, comments and elements of a text.
+/// A handle to a document: the node above the declarations, comments and elements of a text.
 class ZAR_API chXmlDocument : public chXmlObject {
 public:
   /// Makes a document without children; hasData() is true.
   chXmlDocument();
 
-  /// Reads a whole text. Time and memory grow linearly with the text, whatever its shape.
+  /// Parses a whole text. Time and memory are linear in its length, whatever its structure.
   ///
-  /// The reader is tolerant and strict in its own way: end tags may bear any name, and text behind the last element is
-  /// dropped; but text directly ahead of the last top-level tag, a byte order mark included, a raw ">" inside a value,
-  /// a document type or an instruction with bare words is refused. White space at the edges of values, comments and
-  /// CDATA sections is lost, and trailing white space of texts; numeric references stay as they stand.
-  /// @return The document. Malformed text gives a new document without children, which is also what an empty text
-  ///         gives. Nothing is thrown but std::bad_alloc.
+  /// Accepted: end tags of any name, and text after the last element, which is dropped. Rejected: text directly before
+  /// the last top-level tag, including a byte order mark, a raw ">" inside a value, a document type, and a processing
+  /// instruction with bare words. White space at both ends of values, comments and CDATA sections is lost, as is
+  /// trailing white space of texts; numeric references are left as they are.
+  /// @return The document. Malformed text gives a new document without children, as does an empty text. Throws only
+  ///         std::bad_alloc.
   static chXmlDocument ParseDocument(const std::string &text);
 };
 

@@ -1,14 +1,14 @@
-// The five entities of XML text.
+// The five predefined entities of XML.
 #pragma once
 
 #include "zarlib/export.h"
 
 #include <string>
 
-/// Writes quotes of both kinds, "&", "<" and ">" as entities. Every other byte is copied, control bytes and those above
-/// 127 included. One pass.
+/// Replaces both kinds of quotes, "&", "<" and ">" by entities. Every other byte is copied, including control bytes and
+/// those above 127. One pass.
 ZAR_API std::string xmlText2XMLPhrase(const std::string &text);
 
 /// Decodes "&apos;", "&quot;", "&lt;", "&gt;" and "&amp;", each once: "&amp;lt;" gives "&lt;". Anything else that
-/// begins with an ampersand, numeric references included, stays as it is. One pass.
+/// starts with an ampersand, including numeric references, is left unchanged. One pass.
 ZAR_API std::string xmlXMLPhrase2Text(const std::string &phrase);

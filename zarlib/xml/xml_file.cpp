@@ -20,13 +20,13 @@ bool holds(const std::string &path, const std::string &text) {
   return pathFileSizei64(path) == static_cast<long long>(text.size()) && zarDumpTextFileA(path) == text;
 }
 
-/// The order of the disk: each forcing of names keeps what follows from reaching it before what went ahead.
+/// Order on disk: each force_names() keeps later changes from reaching the disk before earlier ones.
 void replace_text(const std::string &target, const std::string &text) {
   const std::string fresh = target + new_suffix, old = target + old_suffix;
   zar::platform::create_like(fresh, target);
   write_text(fresh, text);
-  // Settled, callers rely on it: no result of these calls is inspected. The disk is looked at instead: a step is taken only over what
-  // the one before was to leave there, so that a refusal ends the save in a state that the next load knows.
+  // Settled, callers rely on it: no result of these calls is inspected. The disk is checked instead: a step is taken
+  // only if the previous one took effect, so that a refusal ends the save in a state that the next load can recover.
   if (!holds(fresh, text)) return;
   zar::platform::force_names(fresh);
   pathRenameFile(target, old);
@@ -36,11 +36,11 @@ void replace_text(const std::string &target, const std::string &text) {
   zar::platform::remove_replaced(old);
 }
 
-/// Completes a save that was cut short.
+/// Completes an interrupted save.
 void recover(const std::string &name) {
   const std::string fresh = name + new_suffix, old = name + old_suffix;
   if (pathFileExist(old)) {
-    pathRenameFile(fresh, name);                              // fails without harm when it had been moved in
+    pathRenameFile(fresh, name);                              // fails harmlessly if already moved in
     if (!pathFileExist(name) && pathFileExist(fresh)) return; // refused: both stay for the next load
     zar::platform::force_names(name);
     zar::platform::remove_replaced(old);

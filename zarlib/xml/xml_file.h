@@ -20,8 +20,8 @@
 /// if (root.SetOption("volume", "11")) file.SaveToFile("");
 /// ```
 ///
-/// A save of the file `f` works with two more names beside it, "f.new" and "f.old". What a crash leaves, and what the next load
-/// makes of it:
+/// Saving the file `f` uses two temporary names beside it, "f.new" and "f.old". What a crash leaves behind, and how the
+/// next load recovers:
 ///
 /// | Crash                      | On the disk             | LoadFromFile()                                      |
 /// |----------------------------|-------------------------|-----------------------------------------------------|
@@ -29,12 +29,12 @@
 /// | after f was moved aside    | "f.old", whole "f.new"  | moves "f.new" to f, removes "f.old", loads the new  |
 /// | after "f.new" was moved in | f, "f.old"              | removes "f.old", loads the new f                    |
 ///
-/// A handle, like its bases: copies share the document and have a file name of their own; an object that was moved from keeps the
-/// document and loses the name. The destructor does not save. There is no lock: one thread at a time for the document, one process
-/// at a time for the file; a load beside another's save takes that save for one that has died.
+/// A handle, like its bases: copies share the document but have their own file name; a moved-from object keeps the
+/// document and loses the name. The destructor does not save. There is no lock: one thread at a time for the document,
+/// one process at a time for the file; a load concurrent with another's save takes it for an interrupted one.
 class ZAR_API chXmlFile : public chXmlDocument {
 public:
-  /// An empty document, and LoadFromFile() unless `name` is empty; hasChildren() tells whether anything came of it.
+  /// An empty document, then LoadFromFile() unless `name` is empty; hasChildren() tells whether it succeeded.
   chXmlFile(const std::string &name = std::string());
   chXmlFile(const chXmlFile &other);
   chXmlFile(chXmlFile &&other) noexcept;
@@ -42,28 +42,28 @@ public:
   chXmlFile &operator=(chXmlFile &&other) noexcept;
   ~chXmlFile();
 
-  /// Completes a save that was cut short, reads the file and makes its document this handle's; earlier handles keep the earlier
-  /// one. The name is kept for SaveToFile(), whatever comes of it.
+  /// Completes an interrupted save, reads the file and makes its document this handle's; existing handles keep the
+  /// previous document. The name is kept for SaveToFile() even on failure.
   /// @param name  UTF-8, with slashes.
-  /// @return 1 when the document has a child. 0 with an empty document for a file that is absent, empty or malformed; the file itself
-  ///         is never changed, and pathFileExist() tells absence from the rest.
+  /// @return 1 if the document has a child; 0, with an empty document, if the file is missing, empty or malformed. The
+  ///         file itself is never modified; pathFileExist() tells a missing file from the rest.
   int LoadFromFile(const std::string &name);
 
-  /// Writes ExportToText(false). When it returns, an undisturbed save survives the death of the process, and on Linux a
-  /// power cut too; on Windows a power cut just behind it may bring the old document back, whole.
+  /// Writes ExportToText(false). Once it has returned, a successful save survives the death of the process, and on
+  /// Linux a power failure too; on Windows a power failure right afterwards may bring back the old document, complete.
   ///
-  /// A file that is there is replaced in the steps above, each only when the disk shows what the one before was to
-  /// leave. So a full disk, or any step that the system refuses, leaves the state of a crash in that place, and the next
-  /// load finds the old document or the new one. A file that is not there is written directly: there is no old document
-  /// to keep, and a crash may leave a part.
+  /// An existing file is replaced in the steps above, each taken only if the disk shows the result of the one before.
+  /// So a full disk, or any step that the system refuses, leaves the same state as a crash at that point, and the next
+  /// load finds the old document or the new one. A new file is written directly: there is no old document to preserve,
+  /// and a crash may leave a partial file.
   ///
-  /// The new file has the owner and rights of the old one, or less where the system refuses; a link is replaced by a
-  /// file. A stale "f.old", which LoadFromFile() would have removed, makes the save fail once: load before the first
+  /// The new file gets the owner and permissions of the old one, or fewer if the system refuses; a link is replaced by
+  /// a file. A stale "f.old", which LoadFromFile() would have removed, makes the save fail once: load before the first
   /// save.
   ///
   /// Costs the export, two passes over its text, and on Linux three waits for the disk.
-  /// @param name  Empty for the name of the last load. The name of the last load stays what it is.
-  /// Reports nothing: load again to be sure. A document of more than 2147483647 bytes is not written.
+  /// @param name  Empty means the name of the last load, which stays unchanged in any case.
+  /// Reports no errors: load again to verify. A document of more than 2147483647 bytes is not written.
   void SaveToFile(const std::string &name) const;
 
 private:

@@ -6,7 +6,7 @@
 
 namespace {
 
-// What an element that is searched for must be.
+// Tests for the element searches.
 
 bool any(const zar::xml_node &) { return true; }
 
@@ -28,7 +28,7 @@ chXmlObject::chXmlObject(xmlType type, const std::string &text) : m_node(xmlNode
 
 chXmlObject::~chXmlObject() { release_node_data(); }
 
-// No test for the handle itself: settled, `a = a` drops the node and leaves the handle empty.
+// No self-assignment check: settled, `a = a` drops the node and leaves the handle empty.
 chXmlObject &chXmlObject::operator=(const chXmlObject &other) {
   release_node_data();
   m_node = other.m_node;
@@ -36,7 +36,7 @@ chXmlObject &chXmlObject::operator=(const chXmlObject &other) {
   return *this;
 }
 
-/// Lets go of the own node and takes over the reference on another.
+/// Releases the node and takes ownership of a reference to another.
 void chXmlObject::adopt(xmlNodeData *node) {
   release_node_data();
   m_node = node;
@@ -130,7 +130,7 @@ chXmlObject chXmlObject::clone() const {
 std::string chXmlObject::parseContent(const std::string &text) {
   zar::xml_reader reader(text);
   if (m_node) return std::string(reader.content(*m_node));
-  // The document becomes the handle's own with its first child, also when the text turns out malformed further on.
+  // The handle takes the document if it gets a child, even if the text turns out malformed later.
   struct new_document {
     chXmlObject &handle;
     zar::xml_node_owner node{xmlNodeData::make_plain_document()};
@@ -161,7 +161,7 @@ std::string chXmlObject::ExportAttributes() const {
 chXmlAttributeObject::chXmlAttributeObject() = default;
 
 std::string chXmlAttributeObject::parseContent(const std::string &text) {
-  const std::string copy(text.data(), text.size()); // it may be one of the values that are overwritten
+  const std::string copy(text.data(), text.size()); // `text` may be one of the values being overwritten
   const zar::xml_tag_inside inside(copy);
   if (!inside.name.empty()) m_node->set_text(inside.name);
   inside.set_attributes(*m_node);

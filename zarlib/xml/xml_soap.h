@@ -1,6 +1,6 @@
-// The convention of named objects: child elements that bear the attribute "name".
+// The convention of named objects: child elements with the attribute "name".
 //
-// White space (blank, tab, carriage return, line feed) around a name passed in does not count.
+// White space (blank, tab, carriage return, line feed) around a name passed in is ignored.
 #pragma once
 
 #include "zarlib/xml/xml_object.h"
