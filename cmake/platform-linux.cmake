@@ -1,4 +1,4 @@
-# What the library links on Linux: threads, the loader, and libbacktrace, which stands in the compiler's own folders.
+# What the library links on Linux: threads, the loader, and libbacktrace, which is in the compiler's own folders.
 find_package(Threads REQUIRED)
 
 execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libbacktrace.a
@@ -13,11 +13,11 @@ configure_file("${zarlib_backtrace_dir}/include/backtrace.h" "${CMAKE_BINARY_DIR
 target_include_directories(zarlib SYSTEM PRIVATE "${CMAKE_BINARY_DIR}/libbacktrace")
 target_link_libraries(zarlib PRIVATE "${zarlib_backtrace}" Threads::Threads ${CMAKE_DL_LIBS})
 
-# The few bytes of each thread lie in the loader's reserve, an addition away, also where link-time optimisation moves them.
+# The few bytes of thread-local storage fit the loader's static reserve, one addition away, even after link-time optimisation.
 target_compile_options(zarlib PRIVATE -ftls-model=initial-exec)
 
-# Bound at load (the crash path must not call the binder), nothing of the archives or of the standard library's templates visible.
-# Never unloaded: the fault handlers point into it.
+# Bound at load time, as the crash path must not invoke the lazy binder; symbols of archives and standard library templates stay hidden.
+# Never unloaded: the installed fault handlers point into it.
 target_link_options(zarlib PRIVATE -Wl,-z,now -Wl,-z,relro -Wl,-z,nodelete -Wl,-Bsymbolic-functions -Wl,--exclude-libs,ALL
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
 if(NOT ZARLIB_SANITIZER)

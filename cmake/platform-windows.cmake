@@ -1,7 +1,7 @@
-# What the library links on Windows: the system's own DLLs only. The run-time DLLs of the compiler are laid beside the built
-# programs, so that they start from where they are.
+# What the library links on Windows: the system's own DLLs only. The compiler's run-time DLLs are copied next to the built
+# programs, so that they run in place.
 target_link_libraries(zarlib PRIVATE dbghelp psapi shlwapi ws2_32 netapi32)
-# The debug information that debuggers of this system read furthest.
+# The DWARF version with the widest support among debuggers on Windows.
 add_compile_options(-gdwarf-4)
 target_compile_options(zarlib PRIVATE -gdwarf-4)
 target_compile_definitions(zarlib PRIVATE _WIN32_WINNT=0x0601)
@@ -19,5 +19,5 @@ foreach(name libstdc++-6.dll libgcc_s_dw2-1.dll libwinpthread-1.dll)
   endif()
 endforeach()
 
-# Each operation on doubles is rounded once, to a double, as on Linux; the oldest instructions round to a wider number first.
+# SSE2 rounds each operation to double, as on Linux; x87 would keep extended precision in between.
 set_source_files_properties(zarlib/time/geometry.cpp PROPERTIES COMPILE_OPTIONS "-msse2;-mfpmath=sse;-mstackrealign")

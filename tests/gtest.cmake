@@ -1,4 +1,4 @@
-# GoogleTest from the sources that its Debian package carries: the same on every target and under every sanitizer.
+# GoogleTest from the sources in its Debian package: the same for every target and sanitizer.
 set(INSTALL_GTEST OFF)
 set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
 set(CMAKE_CXX_STANDARD 17)

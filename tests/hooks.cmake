@@ -1,4 +1,4 @@
-# Modules that import a function in every form that linkers know, and programs that do.
+# Modules, and programs, that import a function in every form that linkers produce.
 set(hook_sources ${CMAKE_CURRENT_SOURCE_DIR}/support/modules/hooks)
 foreach(name hook_target hook_late_target)
   add_library(${name} SHARED ${hook_sources}/target.cpp)
@@ -57,7 +57,7 @@ if(zarlib_lld)
   hook_caller(hook_caller_lld_now hook_target COMPILE -DADDRESS_TOO LINK -fuse-ld=lld ${now})
 endif()
 hook_caller(hook_late_caller hook_late_target LINK ${lazy})
-# One with a function of that name of its own, called as if it were another's.
+# Defines a function of that name itself, and calls it like an imported one.
 hook_caller(hook_own_caller hook_target LINK ${lazy} -Wl,--no-as-needed)
 target_sources(hook_own_caller PRIVATE ${hook_sources}/target.cpp)
 

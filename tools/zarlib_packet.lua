@@ -1,12 +1,12 @@
--- Shows the packets that chSocketPacketTCP sends, in tshark and its relatives.
+-- Dissects the packets of chSocketPacketTCP, in tshark and related tools.
 --
 -- A packet is its length without this header (4 bytes, most significant first), then the payload. The stream has no fixed port;
--- name yours, by the preference or for one run:
+-- set yours, by the preference or for one run:
 --
 --     tshark -X lua_script:tools/zarlib_packet.lua -o zarlib_packet.port:7000 -r capture.pcap -O zarlib_packet
 --     tshark -X lua_script:tools/zarlib_packet.lua -d tcp.port==7000,zarlib_packet -r capture.pcap
 --
--- To have it always, put this file into the tool's folder of personal Lua plugins.
+-- To load it always, put this file into the tool's folder of personal Lua plugins.
 
 local HEADER = 4
 local LIMIT = 0x400000
@@ -20,7 +20,7 @@ packet.fields = { length_field, payload_field }
 packet.experts = { too_long }
 packet.prefs.port = Pref.uint("TCP port", 0, "The port of the streams; 0 for none")
 
--- Nothing after a length above the limit is a packet, so all that is there is taken with it.
+-- After a length above the limit nothing is a packet, so the rest is consumed with it.
 local function whole_length(buffer, _, offset)
   local length = buffer(offset, HEADER):uint()
   return length > LIMIT and buffer:len() - offset or HEADER + length

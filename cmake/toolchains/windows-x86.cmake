@@ -1,4 +1,4 @@
-# Windows x86 from Linux. Programs run through tools/wine, which finds or is given a 32-bit Wine.
+# Windows x86 from Linux. Programs run through tools/wine, which needs a 32-bit Wine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 set(CMAKE_C_COMPILER i686-w64-mingw32-gcc-posix)

@@ -1,5 +1,5 @@
-"""A chat's client in another language: packet_peer.py PORT. Skips the welcome, and answers each packet by its bytes in reverse order, sent
-one by one."""
+"""A chat client in another language: packet_peer.py PORT. Skips the welcome, and replies to each packet with its bytes reversed, sent
+one at a time."""
 import socket
 import struct
 import sys
