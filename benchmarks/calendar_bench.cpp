@@ -1,4 +1,4 @@
-// Calendar time beside std::chrono and strftime().
+// Calendar time against std::chrono and strftime().
 #include "zarlib/time/calendar.h"
 
 #include <benchmark/benchmark.h>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr int day_1970 = 719560;
 
-/// Random days of the years 1943 to 2051.
+/// Random days in the years 1943 to 2051.
 const std::vector<int> &days() {
   static const std::vector<int> all = [] {
     std::mt19937 random(1);
@@ -94,14 +94,14 @@ void BM_format_strftime(benchmark::State &state) {
 
 } // namespace
 
-// 4096 conversions an iteration.
+// 4096 conversions per iteration.
 BENCHMARK(BM_to_date<ours_date>)->Name("BM_DayToDate/ours");
 BENCHMARK(BM_to_date<chrono_date>)->Name("BM_DayToDate/std::chrono");
 BENCHMARK(BM_to_day<ours_day>)->Name("BM_DateToDay/ours");
 BENCHMARK(BM_to_day<chrono_day>)->Name("BM_DateToDay/std::chrono");
 BENCHMARK(BM_round_trip<ours_date, ours_day>)->Name("BM_DayToDateAndBack/ours");
 BENCHMARK(BM_round_trip<chrono_date, chrono_day>)->Name("BM_DayToDateAndBack/std::chrono");
-// The argument is the format: date and time, time, and names, which are left to strftime().
+// The argument selects the format: date and time, time, and names, which the library delegates to strftime().
 BENCHMARK(BM_format_ours)->Name("BM_Format/ours")->DenseRange(0, 2);
 BENCHMARK(BM_format_strftime)->Name("BM_Format/strftime")->DenseRange(0, 2);
 BENCHMARK_MAIN();

@@ -1,5 +1,5 @@
-// The codecs beside OpenSSL and modp. The library answers with a fresh string or vector, so the peers fill a fresh one too;
-// the "buffer" rows let them write over and over into memory that is there.
+// The codecs against OpenSSL and modp. The library returns a new string or vector, so the peers fill a new one too;
+// in the "buffer" rows they reuse one buffer.
 #include "zarlib/text/codecs.h"
 
 #include <benchmark/benchmark.h>
@@ -87,7 +87,7 @@ void add_base64() {
   });
   add("BM_FromBase64/modp_buffer", in_base64,
       [](const std::string &text) { return modp_b64_decode(buffer.data(), text.data(), text.size()); });
-  // Lines of 76 characters: modp refuses them.
+  // Lines of 76 characters, which modp rejects.
   add("BM_FromBase64Lines/ours", in_lines, [](const std::string &text) { return zarBase642Bin(text); });
   add("BM_FromBase64Lines/OpenSSL", in_lines, [](const std::string &text) {
     bytes data(text.size() / 4 * 3 + 3);

@@ -1,4 +1,4 @@
-// Stacks: taking one, and turning it into names, beside the C library's own functions.
+// Stacks: capturing and symbolising one, against the C library's own functions.
 #include "zarlib/crash/stack_text.h"
 
 #include "zarlib/platform/stack.h"
@@ -15,7 +15,7 @@ namespace {
 constexpr int frames_below = 16;
 constexpr int frames_max = 64;
 
-/// Runs the benchmark's loop at the end of so many more frames.
+/// Runs the benchmark loop below the given number of additional frames.
 template <class Loop>
 [[gnu::noinline]] int run_below(int frames, Loop &loop) {
   if (frames == 0) return loop(), 0;

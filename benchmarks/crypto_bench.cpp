@@ -1,9 +1,9 @@
-// AES and the password envelope beside OpenSSL. The library answers with a fresh vector, so the peer fills a fresh one too; the
-// "buffer" rows let it write over and over into memory that is there.
+// AES and the password envelope against OpenSSL. The library returns a new vector, so the peer fills a new one too; in
+// the "buffer" rows it reuses one buffer.
 //
-// The rows named Portable leave the processor's instructions for AES alone; run them by
-//   OPENSSL_ia32cap=~0x200000200000000 crypto_bench --benchmark_filter=Portable    OpenSSL by vector permutations (SSSE3)
-//   OPENSSL_ia32cap=~0x200020200000000 crypto_bench --benchmark_filter=Portable    OpenSSL by tables
+// The rows named Portable do not use the processor's AES instructions; run them with
+//   OPENSSL_ia32cap=~0x200000200000000 crypto_bench --benchmark_filter=Portable    OpenSSL with vector permutations (SSSE3)
+//   OPENSSL_ia32cap=~0x200020200000000 crypto_bench --benchmark_filter=Portable    OpenSSL with tables
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include "zarlib/crypto/aes.h"
 #include "zarlib/crypto/aes_path.h"
@@ -111,7 +111,7 @@ void ours_fresh_key(benchmark::State &state) {
   }
 }
 
-/// The peer keeps its context, and only takes the new key.
+/// The peer reuses its context and only sets the new key.
 void peer_fresh_key(benchmark::State &state) {
   const bytes data(16, 7);
   evp_ecb evp(static_cast<int>(state.range(0)), true);

@@ -1,5 +1,6 @@
-// Lines to a log file, each with the system when its call returns, beside a logging library and the bare system call.
-#define FMT_HEADER_ONLY // the peer brings nothing to link
+// Lines to a log file, each passed to the system before its call returns, against a logging library and the bare system
+// call.
+#define FMT_HEADER_ONLY // the peer is header-only
 #include "zarlib/trace/file_trace.h"
 
 #include <benchmark/benchmark.h>
@@ -14,7 +15,7 @@ namespace {
 const std::string line =
     "[D:] D:Module (12345:12346) 2024-05-06 07:08:09.123 a line of a hundred bytes, of the usual kind ...";
 
-/// A fresh folder for one run.
+/// A temporary folder for one run.
 class folder {
 public:
   folder() : m_path(std::filesystem::temp_directory_path() / ("file_trace_bench-" + std::to_string(getpid()))) {

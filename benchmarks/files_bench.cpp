@@ -1,5 +1,5 @@
-// Finding files in a tree of 20,000, and matching names, beside the system's walkers and the standard library's
-// matcher.
+// Finding files in a tree of 20,000, and matching names, against the directory walkers of the system and the standard
+// library, and std::regex.
 #include "zarlib/text/file_filter.h"
 
 #include <benchmark/benchmark.h>
@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// 400 folders of 50 files on three levels, made once.
+/// 400 folders of 50 files on three levels, created once.
 class tree {
 public:
   tree() : m_path(fs::temp_directory_path() / ("files_bench-" + std::to_string(getpid()))) {

@@ -1,4 +1,4 @@
-// Locks and the clock beside what the standard library and the system offer.
+// Locks and the clock against those of the standard library and the system.
 #include "zarlib/frame/critical_section.h"
 #include "zarlib/frame/process_identity.h"
 #include "zarlib/time/ticks.h"
@@ -83,7 +83,7 @@ BENCHMARK(BM_ThreadId_ours)->Name("BM_ThreadId/ours");
 BENCHMARK(BM_ThreadId_this_thread)->Name("BM_ThreadId/std::this_thread");
 
 int main(int argc, char **argv) {
-  // An application has more than one thread; the C library's locks are cheaper before the second one starts.
+  // Applications have several threads; the C library's locks are cheaper until the second one starts.
   std::thread([] {}).join();
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

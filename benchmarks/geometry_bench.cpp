@@ -1,4 +1,4 @@
-// The clipped copy of byte areas beside memcpy() of the same rows.
+// The clipped 2-D copy against memcpy() of the same rows.
 #include "zarlib/time/geometry.h"
 
 #include <benchmark/benchmark.h>
@@ -11,7 +11,7 @@ namespace {
 
 constexpr int rows = 64;
 
-/// A copy of 64 rows to the middle of a grid that is a quarter wider.
+/// A copy of 64 rows into the middle of a grid that is a quarter wider.
 struct grids {
   explicit grids(int width)
       : from(static_cast<size_t>(width) * rows, 7), to(static_cast<size_t>(width + width / 4) * rows),
@@ -22,7 +22,7 @@ struct grids {
   chPoint place;
 };
 
-/// The same places for ours and the peer.
+/// The same buffers for ours and the peer.
 grids &grids_of(benchmark::State &state) {
   static std::map<long, grids> all;
   const int width = static_cast<int>(state.range(0));

@@ -1,5 +1,5 @@
-// Hooking a function in a hundred modules, beside a hand-written walk that takes the module's layout for its rights;
-// and calls through hooked words, beside words that are not hooked and function pointers.
+// Hooking a function in a hundred modules, against a hand-written walk that infers page protection from the module's
+// layout; and calls through hooked slots, against unhooked slots and function pointers.
 #include "zarlib/crash/api_hooker.h"
 
 #include <benchmark/benchmark.h>
@@ -13,7 +13,7 @@
 #include <unistd.h>
 #include <vector>
 
-/// Found by its name, so that what has been hooked can be hooked back.
+/// Looked up by name, so that a hook can be reversed.
 extern "C" int bench_replacement(int value) { return value + 100; }
 
 namespace {
@@ -28,7 +28,7 @@ constexpr const char *target_name = "libbench_hook_target.so";
 
 fs::path program() { return fs::read_symlink("/proc/self/exe"); }
 
-/// Loads so many modules that call the function; they stay. @return How each of them is called.
+/// Loads `count` modules that call the function; they stay loaded. @return The calling function of each.
 std::vector<function> load_copies(const std::string &form, int count, const std::string &use) {
   std::string folder = (fs::temp_directory_path() / (use + "_XXXXXX")).string();
   if (!mkdtemp(folder.data())) std::abort();
@@ -49,7 +49,7 @@ FARPROC original() {
   return reinterpret_cast<FARPROC>(dlsym(dlopen(target_name, RTLD_LAZY | RTLD_NOLOAD), "hook_target"));
 }
 
-/// Two changes, there and back.
+/// Two changes: hook and restore.
 void hook_ours(benchmark::State &state) {
   static const std::string name = program().filename();
   for (auto _ : state) {
@@ -64,7 +64,7 @@ struct walk {
   void *replacement;
 };
 
-/// By name, in the table of calls only; pages that are read-only after binding are opened and closed.
+/// By name, in the PLT relocations only; pages that are read-only after binding are unprotected and protected again.
 int walk_module(dl_phdr_info *info, size_t, void *argument) {
   const auto &wanted = *static_cast<const walk *>(argument);
   if (!std::strstr(info->dlpi_name, "bench_walked")) return 0;
@@ -120,7 +120,7 @@ void call(benchmark::State &state, function called) {
 } // namespace
 
 int main(int argc, char **argv) {
-  // One that stays hooked, and one that is not; then some of each form, as a process has them.
+  // One module that stays hooked, and one that is not; then some of each kind, as in a real process.
   const function hooked = load_copies("now", 1, "bench_called")[0];
   { const apiHooker hook(target_name, "hook_target", reinterpret_cast<FARPROC>(stays), nullptr); }
   const function unhooked = load_copies("now", 1, "bench_called")[0];

@@ -1,5 +1,5 @@
-// Putting records into the log queue while a consumer takes them, beside a deque under a mutex and spdlog's asynchronous logger; and
-// taking them out.
+// Adding records to the log queue while a consumer takes them, against a deque under a mutex and spdlog's asynchronous
+// logger; and taking them.
 #define FMT_HEADER_ONLY
 #include "zarlib/frame/process_identity.h"
 #include "zarlib/trace/log_queue.h"
@@ -20,7 +20,7 @@ namespace {
 
 const std::string module_name = "M:bench", message = "value 1234567 of many";
 
-/// What one would write: the same records, by value, in a deque under a mutex.
+/// The obvious hand-written queue: the same records, by value, in a deque under a mutex.
 class plain_queue {
 public:
   void put(char letter, const std::string &module, const std::string &text, int number) {
@@ -48,7 +48,7 @@ private:
   unsigned long long m_count = 0;
 };
 
-/// Takes records on a thread of its own for as long as it lives.
+/// Takes records on its own thread during its lifetime.
 class consumer {
 public:
   template <class Take>
@@ -104,7 +104,7 @@ void BM_Put_spdlog(benchmark::State &state) {
   for (auto _ : state) logger->info(message);
 }
 
-/// A record by itself: what every way of queueing it has to pay.
+/// Creating and freeing a record: the common cost of every queue.
 void BM_Record_ours(benchmark::State &state) {
   for (auto _ : state) {
     TraceNode *const record = new TraceNode{7, 0, 'N', module_name, message, {}, zarGetCurrentThreadId()};

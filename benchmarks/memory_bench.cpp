@@ -1,4 +1,4 @@
-// The heaps: a pool in a block beside the two allocators of Boost.Interprocess, without their locks, and the counting
+// The heaps: a pool in a block against the two allocators of Boost.Interprocess, without their locks; and the counting
 // heap.
 #include "zarlib/memory/dymic_alloc.h"
 #include "zarlib/memory/node_alloc.h"
@@ -32,7 +32,7 @@ public:
     m_pool->init_pool(m_block.get() + 24, bytes - 24);
   }
   void *alloc(int bytes) { return m_pool->alloc(bytes); }
-  // Where it is likely to fail: asked first, because an allocation that fails writes a dump.
+  // Checked before allocations that are likely to fail, because a failed one writes a dump.
   void *try_alloc(int bytes) { return m_pool->find_big_enough_cell(bytes) ? m_pool->alloc(bytes) : nullptr; }
   void free(void *p) { m_pool->free(p); }
 
@@ -61,7 +61,7 @@ private:
 
 constexpr int large = 2097152, small = 8192;
 
-// Sizes drawn beforehand, the same for all.
+// Sizes generated in advance, the same for all.
 std::vector<int> sizes(int from, int to) {
   std::mt19937 random(1);
   std::uniform_int_distribution<int> size(from, to);
@@ -70,7 +70,7 @@ std::vector<int> sizes(int from, int to) {
   return drawn;
 }
 
-// A full block in which the oldest records make room for the next one.
+// A full block in which the oldest records are freed to make room for the next one.
 template <class Block>
 void first_in_first_out(benchmark::State &state) {
   Block block(large);
@@ -90,7 +90,7 @@ void first_in_first_out(benchmark::State &state) {
   for (auto _ : state) add();
 }
 
-// Records of random size and life: each step replaces one of the slots, which together fill most of the block.
+// Records of random size and lifetime: each step replaces one of the slots, which together fill most of the block.
 template <class Block>
 void random_sizes(benchmark::State &state) {
   Block block(small);
@@ -105,7 +105,7 @@ void random_sizes(benchmark::State &state) {
   }
 }
 
-// A nearly full block in which thousands of records are dropped, anywhere, and then as many added: half of the steps
+// A nearly full block in which thousands of random records are freed, and then as many added: half of the steps
 // each.
 template <class Block>
 void many_holes(benchmark::State &state) {

@@ -1,6 +1,7 @@
-// Streams over the loopback beside Boost.Asio's synchronous sockets with the same bytes.
+// Streams over the loopback against Boost.Asio's synchronous sockets with the same bytes.
 //
-// Both ends run on one processor, each in a thread of its own: waking an idle second one costs ten times all that is compared here.
+// Both ends run on one processor, each on its own thread: waking an idle second processor costs ten times what is
+// compared here.
 #include "benchmarks/socket_ends.h"
 #include "zarlib/trace/tracer_manager.h"
 
@@ -12,8 +13,8 @@ namespace {
 using bytes = std::vector<unsigned char>;
 namespace asio = boost::asio;
 
-// The ends of a connection: they connect() to each other, send() a message, and receive() one of the size that `message` has, which is
-// false at the end of the stream.
+// The ends of a connection: they connect() to each other, send() a message, and receive() one of the size of `message`,
+// returning false at the end of the stream.
 
 struct ours_stream {
   static void connect(ours_stream &a, ours_stream &b) { connect_ends(a.socket, b.socket); }
@@ -40,7 +41,7 @@ struct asio_stream {
   asio::ip::tcp::socket socket{context};
 };
 
-/// A message there and back.
+/// A message and its reply.
 template <typename End>
 void round_trip(benchmark::State &state) {
   uCTraceHelper::getInstance().ResetTraceLevel(6);
@@ -60,7 +61,7 @@ void round_trip(benchmark::State &state) {
   echo.join();
 }
 
-/// Messages in one direction, as many as `batch` between answers.
+/// Messages in one direction, with a reply after each `batch`.
 template <typename End>
 void one_way(benchmark::State &state) {
   uCTraceHelper::getInstance().ResetTraceLevel(6);

@@ -1,6 +1,8 @@
-// Packets on streams beside Boost.Asio's synchronous sockets with the same frames, and the socket event beside plain datagrams.
+// Packets on streams against Boost.Asio's synchronous sockets with the same framing, and the socket event against plain
+// datagrams.
 //
-// Both ends run on one processor, each in a thread of its own: waking an idle second one costs ten times all that is compared here.
+// Both ends run on one processor, each on its own thread: waking an idle second processor costs ten times what is
+// compared here.
 #include "benchmarks/socket_ends.h"
 #include "zarlib/net/packet_tcp.h"
 #include "zarlib/net/socket_event.h"
@@ -17,7 +19,8 @@ namespace {
 using bytes = std::vector<unsigned char>;
 namespace asio = boost::asio;
 
-// The ends of a connection: they connect() to each other, send() a packet, and receive() one, which is false at the end of the stream.
+// The ends of a connection: they connect() to each other, send() a packet, and receive() one, returning false at the
+// end of the stream.
 
 struct ours_end {
   static void connect(ours_end &a, ours_end &b) { connect_ends(a.socket, b.socket); }
@@ -53,7 +56,7 @@ struct asio_end {
   asio::ip::tcp::socket socket{context};
 };
 
-/// On a non-blocking handle, as the library's is for its users: a read that finds nothing waits by poll().
+/// On a non-blocking handle, like the library's: a read that finds nothing waits with poll().
 struct asio_non_blocking_end : asio_end {
   static void connect(asio_non_blocking_end &a, asio_non_blocking_end &b) {
     asio_end::connect(a, b);
@@ -62,7 +65,7 @@ struct asio_non_blocking_end : asio_end {
   }
 };
 
-/// By plain calls on the same handle, each wait with a limit, as ours has.
+/// With plain system calls on the same handle, each wait with a time-out, as ours has.
 struct by_hand_end : asio_non_blocking_end {
   bool receive(bytes &payload) {
     uint32_t header;
@@ -87,7 +90,7 @@ struct by_hand_end : asio_non_blocking_end {
   }
 };
 
-/// The thread `other` works on the second end until the first one is closed.
+/// The thread `other` serves the second end until the first one is closed.
 template <class End, class Other, class Step>
 void between_ends(benchmark::State &state, Other other, Step step) {
   uCTraceHelper::getInstance().ResetTraceLevel(6);
@@ -125,7 +128,7 @@ void one_way(benchmark::State &state) {
   between_ends<End>(state, source, [](End &end, const bytes &, bytes &out) { end.receive(out); });
 }
 
-/// A packet of 16 bytes from a buffer of so many.
+/// A packet of 16 bytes from a buffer of `state.range(0)`.
 void from_a_full_buffer(benchmark::State &state) {
   const bytes payload(16, 'x');
   const int count = static_cast<int>(state.range(0));
@@ -168,7 +171,7 @@ void event_datagram(benchmark::State &state) {
   close(fd);
 }
 
-/// It cannot be signalled by another process, and does not stand in a wait of other systems.
+/// Cannot be signalled by another process, and is not portable.
 void event_eventfd(benchmark::State &state) {
   const int fd = eventfd(0, EFD_SEMAPHORE);
   eventfd_t out;

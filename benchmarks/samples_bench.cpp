@@ -1,4 +1,5 @@
-// Sample buffers beside spandsp's encoder and a plain table look-up, on the samples of a spoken word where the machine has one and on noise.
+// Sample buffers against spandsp's encoder and a plain table look-up, on the samples of a spoken word, if installed,
+// and on noise.
 #include "zarlib/audio/samples.h"
 
 #include <benchmark/benchmark.h>
@@ -54,7 +55,7 @@ void BM_ours(benchmark::State &state) {
   state.SetItemsProcessed(state.iterations() * static_cast<long>(values.size()));
 }
 
-/// A vector that is filled as a user would fill it.
+/// A vector filled in the obvious way.
 template <class Sample, class Encoder>
 void append_all(benchmark::State &state, Encoder encode) {
   const std::vector<double> values = signal(state);

@@ -1,9 +1,9 @@
-// What the benchmarks of sockets share: both ends on one processor, and a connection over the loopback.
+// Shared by the socket benchmarks: pinning both ends to one processor, and a connection over the loopback.
 #pragma once
 
 #include "zarlib/net/tcp.h"
 
-#include <utility> // which the next one needs and does not include
+#include <utility> // needed by the next header, which does not include it
 
 #include <boost/asio.hpp>
 
@@ -12,7 +12,7 @@
 
 constexpr int longest_wait = 20000; // milliseconds
 
-/// The calling thread, and those that it starts from then on.
+/// Applies to the calling thread and the threads it starts afterwards.
 inline void pin_to_one_processor() {
   cpu_set_t set;
   CPU_ZERO(&set);

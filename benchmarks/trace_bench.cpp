@@ -1,4 +1,4 @@
-// Lines of the tracer beside spdlog with a pattern of the same content, and beside a bare write() of the same bytes.
+// Lines of the tracer against spdlog with an equivalent pattern, and against a bare write() of the same bytes.
 #define FMT_HEADER_ONLY
 #include "zarlib/trace/scope_tracers.h"
 #include "zarlib/trace/trace.h"
@@ -21,7 +21,7 @@ namespace {
 constexpr const char *same_content = "[D:Who?+%P:%t] %m-%d %H:%M:%S.%e %E.%f %v";
 constexpr int quiet_level = 5;
 
-/// A folder of this run; what the benchmarks write goes with it.
+/// A temporary folder for this run; removed with the benchmarks' output.
 class folder {
 public:
   folder() : m_path(std::filesystem::temp_directory_path() / ("trace_bench" + std::to_string(getpid()))) {
@@ -39,7 +39,7 @@ const folder &files() {
   return made;
 }
 
-/// Standard output goes elsewhere for the time of a benchmark.
+/// Redirects standard output during a benchmark.
 class diverted_stdout {
 public:
   explicit diverted_stdout(const std::string &path) : m_saved(dup(STDOUT_FILENO)) {
@@ -70,7 +70,7 @@ std::shared_ptr<spdlog::logger> peer(spdlog::sink_ptr sink) {
 
 uCTraceHelper &tracer() { return uCTraceHelper::getInstance(); }
 
-// A line below the level in force.
+// A suppressed line.
 
 void BM_Disabled_ours(benchmark::State &state) {
   tracer().ResetTraceLevel(quiet_level);
@@ -89,7 +89,7 @@ void BM_DisabledScope_ours(benchmark::State &state) {
   tracer().ResetTraceLevel(-1);
 }
 
-/// What a scope costs with the same line by hand.
+/// A scope with the same line written by hand.
 void BM_DisabledScope_trace_call(benchmark::State &state) {
   tracer().ResetTraceLevel(quiet_level);
   int i = 0;
@@ -112,7 +112,7 @@ void BM_Disabled_spdlog_default(benchmark::State &state) {
   for (auto _ : state) spdlog::debug("value {} of {}", ++i, "many");
 }
 
-// A line of a log file, with the system when the call returns.
+// A line to a log file, passed to the system before the call returns.
 
 void trace_lines(benchmark::State &state) {
   int i = 0;
@@ -173,7 +173,7 @@ void BM_ConsoleLine_spdlog(benchmark::State &state) {
   log_lines(state, *peer(std::make_shared<spdlog::sinks::stdout_sink_st>()));
 }
 
-// A line kept in memory, and read again: a thousand lines at a time.
+// Lines kept in memory and read back, a thousand at a time.
 
 constexpr int kept_lines = 1000;
 

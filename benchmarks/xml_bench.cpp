@@ -1,4 +1,4 @@
-// Settings files read, written, walked over and searched, beside three other libraries. One of them, expat, builds no
+// Settings files parsed, written, walked and searched, against three other libraries. One of them, expat, builds no
 // tree.
 #include "zarlib/xml/xml_document.h"
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// A settings file of about that size: groups of options, with attributes, texts and some comments.
+/// A settings file of about the given size: groups of options, with attributes, texts and some comments.
 std::string settings(size_t bytes) {
   std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<settings>\r\n";
   for (int i = 0; text.size() < bytes; ++i) {
@@ -28,7 +28,7 @@ std::string settings(size_t bytes) {
   return text + "</settings>\r\n";
 }
 
-/// A text of 1 MB in which elements stand `depth` deep.
+/// A text of 1 MB in which elements are nested `depth` deep.
 std::string nested(int depth) {
   std::string once, text = "<all>\r\n";
   for (int i = 0; i < depth; ++i) once += "<level k=\"v\">";
@@ -111,7 +111,7 @@ struct expat {
   bool done = false;
 };
 
-/// Reads the text and drops the tree.
+/// Parses the text and frees the tree.
 template <class Library>
 void parse(benchmark::State &state, const std::string &text) {
   for (auto _ : state)
@@ -144,7 +144,7 @@ void find(benchmark::State &state, const std::string &text) {
     if (!library.find(name)) return state.SkipWithError("not found");
 }
 
-/// The heap that a tree holds, for each byte of its text.
+/// Heap bytes of a tree per byte of its text.
 template <class Library>
 void memory(benchmark::State &state, const std::string &text) {
   const auto in_use = [] {
@@ -200,7 +200,7 @@ void add_all() {
 } // namespace
 
 int main(int argc, char **argv) {
-  // An application has more than one thread; counts and the heap's locks are cheaper before the second one starts.
+  // Applications have several threads; reference counts and the heap's locks are cheaper until the second one starts.
   std::thread([] {}).join();
   benchmark::Initialize(&argc, argv);
   add_all();

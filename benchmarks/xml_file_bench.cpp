@@ -1,5 +1,5 @@
-// A safe save beside what a program would write by hand: the same text written aside, forced to the disk and renamed over the
-// file; and overwriting in place, which is neither safe nor on the disk, to show what the safety costs.
+// A safe save against hand-written code: the same text written to a temporary file, flushed to the disk and renamed
+// over the original; and overwriting in place, neither safe nor flushed, to show what the safety costs.
 #include "zarlib/text/file_system.h"
 #include "zarlib/xml/xml_file.h"
 
@@ -14,7 +14,7 @@
 
 namespace {
 
-/// A document of about `state.range(0)` kilobytes in a file of a fresh folder, on the disk that the program stands on.
+/// A document of about `state.range(0)` kilobytes in a file in a new folder, on the program's own disk.
 class saved_document {
 public:
   explicit saved_document(const benchmark::State &state) {

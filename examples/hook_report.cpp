@@ -1,7 +1,7 @@
-// Counts by module who takes memory in this process: hook_report [MODULE FUNCTION]
+// Counts this process's calls of malloc by module: hook_report [MODULE FUNCTION]
 //
-// It hooks malloc in all modules that are loaded. MODULE is loaded later than that, and FUNCTION, which takes and
-// returns nothing, is called in it. At the end it prints how many calls came from which module:
+// It hooks malloc in all loaded modules, then loads MODULE and calls its FUNCTION, which takes and
+// returns nothing. At the end it prints the number of calls from each module:
 //
 //     hook_report ./libplugin.so plugin_start
 #include <zarlib/crash/api_hooker.h>
@@ -20,11 +20,11 @@
 #include <dlfcn.h>
 #endif
 
-// Everything up to report() runs inside malloc: it must not take memory itself.
+// Everything up to report() runs inside malloc, so it must not allocate.
 
 static void *(*real_malloc)(size_t) = std::malloc;
 
-/// The calls that return to one address. Many addresses make few collisions, and those only cost a step.
+/// The calls with one return address. Hash collisions are rare and cost one more step.
 struct place {
   std::atomic<std::uintptr_t> address{0};
   std::atomic<unsigned long> calls{0};
@@ -63,7 +63,7 @@ static std::string module_of(std::uintptr_t address) {
 
 #else
 
-/// Not always the C library: another allocator may have been put in front of it.
+/// Not always the C library: another allocator may be interposed.
 static const char *home_of_malloc() {
   Dl_info found = {};
   dladdr(reinterpret_cast<void *>(std::malloc), &found);

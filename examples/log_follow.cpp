@@ -1,7 +1,7 @@
 // Sends the lines of a text through the tracer: log_follow [FILE]
 //
-// Without FILE it reads standard input, so that it can follow another program. A line's level is told by its first word (error, warning,
-// notice, debug); other lines get level 6. What is written, and where to, is up to the environment:
+// Without FILE it reads standard input, so that it can follow another program. A line's first word sets its level
+// (error, warning, notice, debug); other lines get level 6. The environment decides what is written, and where:
 //
 //     log_follow /var/log/dpkg.log                              everything, to standard output
 //     trace=5 log_follow < app.log                              errors, warnings and notices only
@@ -44,7 +44,7 @@ static int level_of(const std::string &line) {
   return 6;
 }
 
-/// The log files of the variable `trace`: level:log:name:sizeKB:count.
+/// The log files named by the variable `trace`, level:log:name:sizeKB:count.
 static std::vector<std::string> log_files() {
   std::vector<std::string> result;
   const char *const option = std::getenv("trace");
@@ -73,11 +73,11 @@ int main(int argc, char **argv) {
   for (std::string line; std::getline(input, line); ++lines) {
     const int level = level_of(line);
     if (level <= tracer.GetOutputLevel()) ++written;
-    zarTrace(level, line); // a std::string: what the text holds is never taken as a format
+    zarTrace(level, line); // a std::string is never taken as a format
   }
 
   std::printf("%d of %d lines passed level %d\n", written, lines, tracer.GetOutputLevel());
   for (const std::string &path : log_files()) std::printf("wrote %s, %d bytes\n", path.c_str(), pathFileSize(path));
-  if (input.bad()) return fail("cannot read " + name); // a folder, for one, which some systems open
+  if (input.bad()) return fail("cannot read " + name); // for example a folder, which some systems open
   return std::fflush(stdout) == 0 && !std::ferror(stdout) ? 0 : fail("cannot write to standard output");
 }

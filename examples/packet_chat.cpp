@@ -1,9 +1,9 @@
 // Messages between processes, one packet each:
-//   packet_chat serve            opens a port that the system picks, prints it, and hands each message to all the other clients
-//   packet_chat join PORT NAME   sends the lines of standard input, prints what the others say; leaves at the end of the input
-//   packet_chat stop EVENT       stops the server that printed this number
-// A client may be any program that speaks the frame: four bytes of length, the most significant first, and the text.
-// Exit code 0; 1 with a line on standard error when a connection fails or a time is over; 2 for a wrong command line.
+//   packet_chat serve            opens a port chosen by the system, prints it, and forwards messages between clients
+//   packet_chat join PORT NAME   sends the lines of standard input and prints the others' messages, to end of input
+//   packet_chat stop EVENT       stops the server that printed this event number
+// Any program that uses the same framing can be a client: four bytes of length, most significant first, then the text.
+// Exit code 0; 1 with a line on standard error if a connection fails or times out; 2 for a wrong command line.
 #include <zarlib/net/packet_tcp.h>
 #include <zarlib/net/socket_event.h>
 
@@ -23,7 +23,7 @@
 namespace {
 
 constexpr int answer_time = 5000, send_time = 1000;
-constexpr size_t most_clients = 62; // a wait takes 64 handles
+constexpr size_t most_clients = 62; // a wait is limited to 64 handles
 constexpr size_t longest_message = 4096;
 
 int fail(const char *why) {
@@ -33,7 +33,7 @@ int fail(const char *why) {
 
 int handle_of(const chSocketTCP &socket) { return static_cast<int>(socket.fd()); }
 
-/// A client that does not read is given up, so that it does not hold the others.
+/// Disconnects a client that does not read, so that it does not block the others.
 void send_text(chSocketPacketTCP &to, const std::string &text) {
   const bool reads = chFD_SET(handle_of(to)).writeSelect(send_time) > 0;
   if (!reads || !to.SendOnePacket(text.data(), static_cast<int>(text.size()))) to.Disconnect();
@@ -53,7 +53,7 @@ public:
   }
 
 private:
-  /// @return The port that the system has picked, or 0.
+  /// @return The port chosen by the system, or 0.
   int listen() {
     chSocketAddr address("127.0.0.1", 0);
     sockaddr *const raw = const_cast<sockaddr *>(&address.toSocketAddr());
@@ -62,7 +62,7 @@ private:
     return getsockname(m_listener.fd(), raw, &length) == 0 ? address.port() : 0;
   }
 
-  /// Waits until somebody is there. @return false when the event is set.
+  /// Waits for activity and handles it. @return false if the event is set or the wait fails.
   bool serve_once() {
     chFD_SET ready(static_cast<int>(m_stop.GetEventSocket()));
     if (m_clients.size() < most_clients) ready.add(handle_of(m_listener));
@@ -83,7 +83,7 @@ private:
     send_text(m_clients.back(), "welcome, others: " + std::to_string(m_clients.size() - 1));
   }
 
-  /// Everything that has come; a message that is not whole yet waits in the client's buffer.
+  /// Handles all complete messages; an incomplete one stays in the client's buffer.
   void take_messages(chSocketPacketTCP &from) {
     std::vector<unsigned char> message;
     from.selectAndReceive(static_cast<int>(2 * longest_message), 0);
@@ -99,7 +99,7 @@ private:
   std::list<chSocketPacketTCP> m_clients;
 };
 
-/// The lines of standard input. One thread reads them, and an event tells another one, which waits on sockets.
+/// The lines of standard input. One thread reads them, and an event wakes another, which waits on sockets.
 class line_queue {
 public:
   line_queue() { m_filled.OpenEventA(); }
@@ -109,7 +109,7 @@ public:
     for (std::string line; std::getline(std::cin, line);) add(line, false);
     add("", true);
   }
-  /// Takes what has been read. @return false when that was the last.
+  /// Takes what has been read. @return false once the input has ended.
   bool take(std::vector<std::string> &lines) {
     m_filled.ResetEvent();
     const std::lock_guard<std::mutex> guard(m_lock);
@@ -145,7 +145,7 @@ int join(int port, const std::string &name) {
   if (!connection.ReceiveOnePacket(message, answer_time)) return fail("no welcome in time");
   print(message);
 
-  // Never destroyed: the reading thread may still wait for a line when the program ends.
+  // Never destroyed: the reading thread may still be waiting for a line when the program ends.
   static line_queue &input = *new line_queue;
   std::thread([] { input.read_all(); }).detach();
   std::vector<std::string> lines;
@@ -169,7 +169,7 @@ int stop(int event_port) {
   return own.OpenEventA() && own.SendEvent(event_port) ? 0 : fail("the event cannot be signalled");
 }
 
-/// The port of a text; 0 for what is none.
+/// The port number in a text; 0 if there is none.
 int port_of(const std::string &text) {
   const bool digits = text.size() <= 5 && text.find_first_not_of("0123456789") == std::string::npos;
   const int number = digits ? std::atoi(text.c_str()) : 0;

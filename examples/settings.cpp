@@ -1,9 +1,10 @@
 // A settings file on the command line:
 //   settings FILE get KEY         prints the value
-//   settings FILE set KEY VALUE   changes the value; a file that is missing is made
+//   settings FILE set KEY VALUE   changes the value; a missing file is created
 //   settings FILE list            prints KEY=VALUE lines
-// Exit code 0; 1 with a line on standard error when the file is missing or malformed, the key is missing, the change cannot
-// be made, or standard output cannot be written; 2 for a wrong command line. A file that is no settings file is never written to.
+// Exit code 0; 1 with a line on standard error if the file is missing or malformed, the key is missing, the change
+// cannot be made, or standard output cannot be written; 2 for a wrong command line. A file that is not a settings file
+// is never overwritten.
 #include <zarlib/text/file_system.h>
 #include <zarlib/xml/xml_file.h>
 
@@ -18,7 +19,7 @@ int fail(const std::string &why) {
   return 1;
 }
 
-/// What stands in a stream's buffer may still be refused.
+/// Buffered output may still fail to be written.
 int end_output() {
   return std::fflush(stdout) == 0 && !std::ferror(stdout) ? 0 : fail("standard output cannot be written");
 }
@@ -42,7 +43,7 @@ int list(const chXmlElement &root) {
   return end_output();
 }
 
-/// A key such as "two words", or a value with blanks at its end, would not come back from the file as it went in.
+/// A key such as "two words", or a value with trailing blanks, would not survive a save and a load.
 bool comes_back(const std::string &text, const std::string &key, const std::string &value) {
   const chXmlElement option = chXmlDocument::ParseDocument(text).getChildElement().FindChildElement(key);
   return option.hasData() && value_of(option) == value;
@@ -57,7 +58,7 @@ int set(chXmlFile &file, const std::string &path, const std::string &key, const 
   if (!changed) return 0;
 
   file.SaveToFile("");
-  // A save reports nothing: what was written is read again.
+  // A save reports nothing, so read back what was written.
   if (chXmlFile(path).ExportToText(false) != chXmlDocument::ParseDocument(text).ExportToText(false))
     return fail(path + " could not be written");
   return 0;

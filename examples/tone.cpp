@@ -1,7 +1,7 @@
 // Telephone sound as a G.711 WAV file:
-//   tone keys KEYS OUT.wav [alaw|ulaw]       the tones of the keys 0 to 9, * , # and A to D, at 8000 samples a second
-//   tone convert IN.wav OUT.wav [alaw|ulaw]  a file of 16-bit linear samples, at its own rate
-// A-law where nothing is said. Exit code 0; 1 with a line on standard error when a file cannot be read or written, or a key is
+//   tone keys KEYS OUT.wav [alaw|ulaw]       the tones of the keys 0 to 9, *, # and A to D, at 8000 samples per second
+//   tone convert IN.wav OUT.wav [alaw|ulaw]  a file of 16-bit linear samples, at its own sample rate
+// The default is A-law. Exit code 0; 1 with a line on standard error if a file cannot be read or written, or a key is
 // unknown; 2 for a wrong command line.
 #include <zarlib/audio/samples.h>
 #include <zarlib/companion/morfile.h>
@@ -26,7 +26,7 @@ int fail(const std::string &why) {
   return 1;
 }
 
-/// Each key is the sum of a row's and a column's tone (ITU-T Q.23), 100 ms long, with 100 ms of silence behind it.
+/// Each key is the sum of a row's and a column's tone (ITU-T Q.23), 100 ms long, followed by 100 ms of silence.
 bool add_key(char key, sound &out) {
   static const std::string keys = "123A456B789C*0#D";
   static constexpr double rows[] = {697, 770, 852, 941}, columns[] = {1209, 1336, 1477, 1633};
@@ -46,10 +46,10 @@ std::uint32_t little_endian(const std::string &bytes, size_t at, unsigned count)
   return number;
 }
 
-/// Half a step farther from zero, so that the buffers' cut comes back to the sample; -32768 would wrap.
+/// Half a step farther from zero, so that the buffers' truncation yields the sample again; -32768 would wrap.
 double value_of(int sample) { return sample < 0 ? (std::max(sample, -32767) - 0.5) / 32767 : (sample + 0.5) / 32767; }
 
-/// Reads a WAV file of 16-bit linear samples; of a damaged one as much as there is.
+/// Reads a WAV file of 16-bit linear samples; from a truncated one as much as there is.
 bool read_wav(const std::string &bytes, sound &in) {
   if (bytes.size() < 12 || bytes.compare(0, 4, "RIFF") != 0 || bytes.compare(8, 4, "WAVE") != 0) return false;
   bool known = false;
@@ -75,7 +75,7 @@ void put(std::string &bytes, size_t number, unsigned count) {
   for (unsigned i = 0; i < count; ++i) bytes += static_cast<char>(number >> 8 * i & 0xFF);
 }
 
-/// The codes as a WAV file. Formats 6 and 7 are A-law and mu-law; files of compressed sound tell their length in a chunk "fact".
+/// The codes as a WAV file. Formats 6 and 7 are A-law and mu-law; non-PCM files need a "fact" chunk with the length.
 std::string wav_of(const std::vector<unsigned char> &codes, unsigned format, const sound &like) {
   std::string bytes = "RIFF";
   put(bytes, 50 + codes.size() + codes.size() % 2, 4);
@@ -100,7 +100,7 @@ std::string wav_of(const std::vector<unsigned char> &codes, unsigned format, con
 template <class Buffer>
 std::vector<unsigned char> encode(const std::vector<double> &values) {
   Buffer samples;
-  samples.AllocSampleBuffer(static_cast<int>(values.size())); // one allocation in all
+  samples.AllocSampleBuffer(static_cast<int>(values.size())); // a single allocation
   for (const double value : values) samples.AppendSample(value);
   return samples.buffer();
 }

@@ -1,4 +1,5 @@
-// The readers of address texts. What holds an empty group, on which sockIsValidIPv6() runs for ever, goes to the converter alone.
+// The parsers of address texts. Texts with an empty group, on which sockIsValidIPv6() never returns, go to the
+// converter only.
 #include "zarlib/net/addresses.h"
 
 #include <cstdint>

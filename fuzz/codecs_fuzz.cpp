@@ -1,4 +1,4 @@
-// The four decoders of text to bytes, and their encoders.
+// The four text-to-byte decoders, and their encoders.
 #include "zarlib/text/codecs.h"
 
 #include <algorithm>
@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   fetched.resize(size / 2);
   require(fetchBytesFromBase16(text, fetched.data(), count / 2) == (size % 2 == 0));
 
-  // What is skipped changes nothing.
+  // Skipped characters have no effect.
   const std::string digits = only(text, is_digit), sextets = only(text.substr(0, text.find('=')), is_base64);
   const bytes from_digits = zarBase162Bin(digits), from_sextets = zarBase642Bin(sextets);
   require(zarBase162Bin(text) == from_digits && from_digits.size() == (digits.size() + 1) / 2);

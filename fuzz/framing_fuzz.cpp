@@ -1,4 +1,5 @@
-// Packets from a stream that comes in pieces. Each piece is one byte that tells its length and how it is read, and then its bytes.
+// Packets from a stream that arrives in pieces. Each piece is one byte that gives its length and how it is read, then
+// its bytes.
 #include "zarlib/net/packet_tcp.h"
 
 #include <algorithm>
@@ -13,14 +14,14 @@ static void require(bool holds) {
 
 static constexpr size_t largest_payload = 4194304;
 
-/// The first packet of `stream`, which is what must be received. @return Whether it is whole, or its length invalid.
+/// The first packet of `stream`, which must be received. @return Whether it is complete, or its length invalid.
 static bool next_packet(const bytes &stream, size_t &length) {
   if (stream.size() < 4) return false;
   length = size_t{stream[0]} << 24 | size_t{stream[1]} << 16 | size_t{stream[2]} << 8 | stream[3];
   return length > largest_payload || stream.size() >= 4 + length;
 }
 
-/// Takes all packets that are whole by now. @return False after an invalid length.
+/// Takes all complete packets. @return False after an invalid length.
 static bool take_packets(chSocketPacketTCP &socket, bytes &stream, bool reads_ahead) {
   if (reads_ahead) socket.selectAndReceive(65535, 0);
   bytes out;
@@ -35,7 +36,7 @@ static bool take_packets(chSocketPacketTCP &socket, bytes &stream, bool reads_ah
   return true;
 }
 
-/// A server on a port that the system picks.
+/// A server on a port chosen by the system.
 static chSocketTCPServer &server(chSocketAddr &address) {
   static chSocketTCPServer listening;
   static const bool is_open =
@@ -53,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   require(sender.CreateSocket(AF_INET) && sender.ConnectTo(address, 20000));
   require(listening.AcceptOnSocket(receiver, &address, 20000));
 
-  bytes stream; // what has been sent and is not a received packet yet
+  bytes stream; // sent, but not yet received as a packet
   bool goes_on = true;
   for (size_t i = 0; i < size && goes_on;) {
     const uint8_t control = data[i++];

@@ -1,4 +1,4 @@
-// Envelopes from elsewhere, in text and in binary form, and the cipher's padding.
+// Untrusted envelopes, in text and binary form, and the cipher's padding.
 #include "zarlib/crypto/aes.h"
 #include "zarlib/crypto/password.h"
 
@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   require(opened.size() <= size && opened.find('\0') == std::string::npos);
   require(pswDecrypt(pswEncrypt(opened)) == opened);
 
-  // The first bytes are a key of any length, and the mode; the rest is taken as binary.
+  // The first bytes select a key of any length and the mode; the rest is binary input.
   if (size < 2) return 0;
   const int key_length = std::min(data[0] % 40, static_cast<int>(size));
   const int rest = static_cast<int>(size) - key_length;

@@ -1,4 +1,4 @@
-// The readers of small texts: UTF-8, quoted texts, paths, words.
+// The parsers of small texts: UTF-8, quoted texts, paths, words.
 #include "zarlib/companion/qxstl.h"
 #include "zarlib/text/characters.h"
 #include "zarlib/text/paths.h"

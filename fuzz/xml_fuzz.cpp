@@ -1,4 +1,5 @@
-// Parse, export, parse again: what the parser takes is written in a form that it takes, and the tree comes back in its shape.
+// Parse, export, parse again: what the parser accepts is exported in a form that it accepts, and the tree keeps its
+// shape.
 #include "zarlib/xml/xml_document.h"
 
 #include <cstdint>
@@ -6,7 +7,7 @@
 
 namespace {
 
-/// One letter a node, in brackets what is below it. Not known to come back: a tag whose name ends in a slash, which the written
+/// One letter per node, its children in brackets. Not preserved: a tag whose name ends in a slash, which the exported
 /// form "<a/>" closes at once.
 bool append_shape(const chXmlObject &node, std::string &shape) {
   const std::string name = node.tagName();
