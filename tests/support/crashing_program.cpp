@@ -88,9 +88,9 @@ std::latch waiting(5);
 
 int fault_beside_others(int a) {
   for (int i = 0; i < 3; ++i) std::thread(wait_for_ever).detach();
-  std::thread([] { // lets no signal through
+  std::thread([] { // takes all signals for itself
     sigset_t all;
-    sigfillset(&all), pthread_sigmask(SIG_BLOCK, &all, nullptr), wait_for_ever();
+    sigfillset(&all), pthread_sigmask(SIG_BLOCK, &all, nullptr), waiting.count_down(), exit(sigwaitinfo(&all, nullptr));
   })
       .detach();
   waiting.arrive_and_wait();

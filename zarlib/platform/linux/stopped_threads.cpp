@@ -1,13 +1,16 @@
 #include "zarlib/platform/linux/stopped_threads.h"
 
 #include "zarlib/platform/linux/safe_memory.h"
+#include "zarlib/platform/linux/status_file.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/futex.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -17,17 +20,34 @@ namespace {
 
 constexpr size_t threads_max = 4096;
 constexpr int answer_milliseconds = 250; ///< without a new answer
-constexpr int held_milliseconds = 60000;
+constexpr int held_seconds = 60;
 
 stopped_thread *s_threads = nullptr;
 std::atomic<size_t> s_count{0};
-std::atomic<bool> s_released{false};
-std::atomic<bool> s_all_released{false};
+std::atomic<int> s_released{0};
+std::atomic<int> s_all_released{0};
 
 void nap() {
   timespec left = {0, 1000000};
   while (nanosleep(&left, &left) != 0 && errno == EINTR) {
   }
+}
+
+/// The raw system call: the C library's waiting functions are cancellation points.
+int futex(std::atomic<int> &word, int operation, int value, const timespec *limit) {
+  return static_cast<int>(
+      syscall(SYS_futex, reinterpret_cast<int *>(&word), operation | FUTEX_PRIVATE_FLAG, value, limit, nullptr, 0));
+}
+
+/// Sleeps instead of polling: thousands of polling threads would leave the reporting one no processor time.
+void wait_for(std::atomic<int> &released) {
+  const timespec limit = {held_seconds, 0};
+  while (!released && (futex(released, FUTEX_WAIT, 0, &limit) == 0 || errno != ETIMEDOUT)) continue;
+}
+
+void release(std::atomic<int> &released) {
+  released = 1;
+  futex(released, FUTEX_WAKE, INT_MAX, nullptr);
 }
 
 stopped_thread *find(pid_t id) {
@@ -44,8 +64,7 @@ void on_stop(int, siginfo_t *, void *argument) {
   if (stopped_thread *const own = find(gettid())) {
     const auto *const context = static_cast<ucontext_t *>(argument);
     own->context = context;
-    const std::atomic<bool> &released = is_interrupted(*context) ? s_all_released : s_released;
-    for (int i = 0; i < held_milliseconds && !released; ++i) nap();
+    wait_for(is_interrupted(*context) ? s_all_released : s_released);
   }
   errno = saved_errno;
 }
@@ -73,9 +92,9 @@ size_t answers() {
   return result;
 }
 
-void await_answers() {
+void await_answers(size_t expected) {
   size_t seen = 0;
-  for (int silent = 0; seen < s_count && silent < answer_milliseconds; ++silent) {
+  for (int silent = 0; seen < expected && silent < answer_milliseconds; ++silent) {
     nap();
     const size_t now = answers();
     if (now != seen) silent = 0;
@@ -84,16 +103,38 @@ void await_answers() {
 }
 
 /// The position of a thread in a system call: "number six-arguments sp pc"; words if it is not in one.
-void ask_system(stopped_thread &thread) {
+/// @return The number of the call, -1 outside of one.
+int ask_system(stopped_thread &thread) {
   char path[64], text[256];
   std::snprintf(path, sizeof path, "/proc/self/task/%d/syscall", thread.id);
   const int file = open(path, O_RDONLY | O_CLOEXEC);
-  if (file < 0) return;
+  if (file < 0) return -1;
   const ssize_t length = read(file, text, sizeof text - 1);
   close(file);
   text[length > 0 ? length : 0] = 0;
-  if (std::sscanf(text, "%*d %*x %*x %*x %*x %*x %*x %llx %llx", &thread.sp, &thread.pc) != 2)
+  int number = -1;
+  if (std::sscanf(text, "%d %*x %*x %*x %*x %*x %*x %llx %llx", &number, &thread.sp, &thread.pc) != 3)
     thread.sp = thread.pc = 0;
+  return number;
+}
+
+/// Whether a thread would consume the signal and act on it, perhaps by ending the process: one that waits in sigwait() or
+/// reads signals from a descriptor.
+bool would_take_signal(stopped_thread &thread) {
+  char path[64];
+  std::snprintf(path, sizeof path, "/proc/self/task/%d/status", thread.id);
+  const status_file status(path);
+  const char *const blocked = status.value_of("\nSigBlk:");
+  return (blocked && std::strtoull(blocked, nullptr, 16) >> (stop_signal() - 1) & 1) ||
+         ask_system(thread) == SYS_rt_sigtimedwait;
+}
+
+/// @return How many threads were sent the signal.
+size_t signal_threads() {
+  size_t result = 0;
+  for (size_t i = 0; i < s_count; ++i)
+    if (!would_take_signal(s_threads[i])) result += syscall(SYS_tgkill, getpid(), s_threads[i].id, stop_signal()) == 0;
+  return result;
 }
 
 } // namespace
@@ -108,15 +149,14 @@ stopped_threads stop_other_threads() {
   action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
   sigfillset(&action.sa_mask);
   sigaction(stop_signal(), &action, nullptr);
-  for (size_t i = 0; i < s_count; ++i) syscall(SYS_tgkill, getpid(), s_threads[i].id, stop_signal());
-  await_answers();
+  await_answers(signal_threads());
   for (size_t i = 0; i < s_count; ++i)
     if (!s_threads[i].context.load()) ask_system(s_threads[i]);
   return {s_threads, s_count};
 }
 
-void release_other_threads() { s_released = true; }
+void release_other_threads() { release(s_released); }
 
-void release_all_threads() { s_all_released = true; }
+void release_all_threads() { release(s_all_released); }
 
 } // namespace zar::platform

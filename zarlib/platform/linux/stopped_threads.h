@@ -30,7 +30,7 @@ struct stopped_threads {
 };
 
 /// Stops all threads but the calling one and waits, for a bounded time, until each has responded. A thread that blocks
-/// the signal, as those waiting for signals do, keeps running. At most 4096 threads are stopped.
+/// the signal or waits for it keeps running. At most 4096 threads are stopped.
 stopped_threads stop_other_threads();
 
 /// Releases them, except those that would return from a system call with EINTR: they wait for the process to die, for a
