@@ -12,12 +12,13 @@ namespace {
 // Room for the unwinder, reading symbols and demangling long names. Pages are committed only when touched.
 constexpr size_t stack_bytes = 256 * 1024;
 
-/// The alternate stack of one thread; not created if the thread already has one.
+/// The alternate stack of one thread; not created if the thread already has one as large. A small one, as
+/// other runtimes install for their own handlers, is replaced until the thread ends.
 class alternate_stack {
 public:
   alternate_stack() {
-    stack_t found;
-    if (sigaltstack(nullptr, &found) != 0 || !(found.ss_flags & SS_DISABLE)) return;
+    if (sigaltstack(nullptr, &m_found) != 0 || (m_found.ss_flags & SS_ONSTACK)) return;
+    if (!(m_found.ss_flags & SS_DISABLE) && m_found.ss_size >= stack_bytes) return;
     const size_t guard = static_cast<size_t>(getpagesize());
     void *const memory =
         mmap(nullptr, guard + stack_bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
@@ -41,14 +42,13 @@ public:
     const auto current = static_cast<char *>(found.ss_sp);
     if (current > own && current < own + m_bytes) {
       if (found.ss_flags & SS_ONSTACK) return;
-      stack_t none = {};
-      none.ss_flags = SS_DISABLE;
-      sigaltstack(&none, nullptr);
+      sigaltstack(&m_found, nullptr);
     }
     munmap(m_memory, m_bytes);
   }
 
 private:
+  stack_t m_found = {};
   void *m_memory = nullptr;
   size_t m_bytes = 0;
 };
