@@ -10,6 +10,8 @@
 #include <ctime>
 #include <exception>
 #include <initializer_list>
+#include <pthread.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -24,6 +26,7 @@ constexpr int wait_seconds = 60;
 
 std::atomic<fault_report> s_report{nullptr};
 std::atomic<pid_t> s_reporter{0};
+std::atomic<pid_t> s_terminated{0};
 std::atomic<std::terminate_handler> s_next_terminate{nullptr};
 
 void set_default(int signal) {
@@ -44,9 +47,11 @@ void block_or_unblock_faults(int how) {
 }
 
 /// Lets the process die of this very fault: the signal, with its original siginfo, stays pending until the handler has
-/// returned to the faulting instruction, and then takes the default action.
-void leave_to_the_system(int signal, siginfo_t *info) {
+/// returned to the faulting instruction, and then takes the default action. The mask that the return restores may block
+/// it, if the signal arrived in sigsuspend() or ppoll().
+void leave_to_the_system(int signal, siginfo_t *info, void *context) {
   set_default(signal);
+  sigdelset(&static_cast<ucontext_t *>(context)->uc_sigmask, signal);
   if (syscall(SYS_rt_tgsigqueueinfo, getpid(), gettid(), signal, info) != 0) raise(signal);
 }
 
@@ -62,7 +67,28 @@ struct sigaction install(int signal, void (*handler)(int, siginfo_t *, void *)) 
 
 void on_abort(int, siginfo_t *info, void *context);
 
+/// The lack of descriptors or of address space may be what the process dies of; up to the hard limits there is more.
+void raise_limits() {
+  for (const auto resource : {RLIMIT_NOFILE, RLIMIT_AS}) {
+    rlimit limit;
+    if (getrlimit(resource, &limit) != 0) continue;
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(resource, &limit);
+  }
+}
+
+/// What the report's own writing has raised must not become the cause of death.
+void drop_write_signals() {
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, SIGXFSZ);
+  sigaddset(&set, SIGPIPE);
+  const timespec now = {};
+  while (sigtimedwait(&set, nullptr, &now) > 0) continue;
+}
+
 void report_fault(siginfo_t *info, void *context, pid_t self) {
+  raise_limits();
   begin_guarding(self);
   // A corrupted heap may call abort() when a step allocates against the rule; other threads may abort too.
   install(SIGABRT, on_abort);
@@ -71,6 +97,7 @@ void report_fault(siginfo_t *info, void *context, pid_t self) {
   s_report.load()(fault);
   block_or_unblock_faults(SIG_BLOCK);
   end_guarding();
+  drop_write_signals();
 }
 
 void wait_for_death() {
@@ -83,6 +110,8 @@ void wait_for_death() {
 /// The first fault of the process is reported; a fault inside the report ends the step or the report; other threads
 /// wait.
 void report_once(siginfo_t *info, void *context) {
+  // A cancelled thread must not end in the first system call of the report, and leave the process alive.
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
   const pid_t self = gettid();
   pid_t reporter = 0;
   if (s_reporter.compare_exchange_strong(reporter, self))
@@ -95,7 +124,7 @@ void report_once(siginfo_t *info, void *context) {
 
 void on_fault(int signal, siginfo_t *info, void *context) {
   report_once(info, context);
-  leave_to_the_system(signal, info);
+  leave_to_the_system(signal, info, context);
 }
 
 /// Installed on an uncaught exception, or when a report begins.
@@ -105,6 +134,8 @@ void on_abort(int, siginfo_t *info, void *context) { report_once(info, context);
 /// once, so that its handler gets the registers in the form the report expects. The program's own handler for it runs
 /// afterwards.
 [[noreturn]] void on_terminate() {
+  // The program's own handler may in turn call the one that it has replaced, which is this one.
+  if (s_terminated.exchange(gettid()) == gettid()) std::abort();
   if (std::current_exception()) {
     const struct sigaction found = install(SIGABRT, on_abort);
     set_mask(SIG_UNBLOCK, {SIGABRT});
