@@ -23,8 +23,8 @@ using fault_report = void (*)(const fault &);
 void hook_faults(fault_report report);
 
 /// Provides what the calling thread needs to report the overflow of its own stack, until it ends: an alternate signal
-/// stack on Linux, unless it has one as large, and a reserve at the stack's end on Windows. A thread never armed dies of
-/// an overflow without a report. After the first call on a thread it costs one load.
+/// stack on Linux, unless it has one as large; a reserve at the stack's end on Windows. A thread never armed dies of an
+/// overflow without a report. After the first call on a thread it costs one load.
 void arm_thread();
 
 /// Runs one step of a report. On Linux, on the reporting thread, the step is abandoned on a fault inside it

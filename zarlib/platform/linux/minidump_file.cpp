@@ -37,11 +37,19 @@ char32_t take_code_point(std::string_view &text) {
   return result;
 }
 
+/// A new file under that name: another process that is writing a dump of the same second keeps a file of its own.
+int create_file(const char *path) {
+  for (int attempts = 0; attempts < 100; ++attempts) {
+    unlink(path);
+    const int file = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (file >= 0 || errno != EEXIST) return file;
+  }
+  return -1;
+}
+
 } // namespace
 
-minidump_file::minidump_file(const char *path)
-    : m_file(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0600)),
-      m_end(sizeof(header) + sizeof m_streams) {}
+minidump_file::minidump_file(const char *path) : m_file(create_file(path)), m_end(sizeof(header) + sizeof m_streams) {}
 
 minidump_file::~minidump_file() {
   if (is_open()) close(m_file);
@@ -97,7 +105,7 @@ location minidump_file::append_file(const char *path) {
   const int file = open(path, O_RDONLY | O_CLOEXEC);
   if (file < 0) return place;
   char buffer[4096];
-  for (ssize_t count; (count = read(file, buffer, sizeof buffer)) > 0;)
+  for (ssize_t count; room() > 0 && (count = read(file, buffer, sizeof buffer)) > 0;)
     place = extend(place, buffer, static_cast<size_t>(count));
   close(file);
   return place;
@@ -112,7 +120,8 @@ bool minidump_file::finish() {
                        0};
   write_at(sizeof head, m_streams, m_stream_count * sizeof(directory_entry));
   write_at(0, &head, sizeof head);
-  return ftruncate(m_file, static_cast<off_t>(m_end)) == 0 && !m_failed;
+  // On a full disk the text report, which comes next, gets the room of a dump that is of no use.
+  return ftruncate(m_file, m_failed ? 0 : static_cast<off_t>(m_end)) == 0 && !m_failed;
 }
 
 } // namespace zar::platform

@@ -10,7 +10,7 @@ namespace zar::platform {
 /// Works in a dying process: plain system calls, no heap. What cannot be written stays zero in the file.
 class minidump_file {
 public:
-  /// Creates or truncates the file; a new one is accessible to its owner only.
+  /// Creates the file, accessible to its owner only, in place of any file of that name.
   explicit minidump_file(const char *path);
   minidump_file(const minidump_file &) = delete;
   minidump_file &operator=(const minidump_file &) = delete;
@@ -45,7 +45,8 @@ public:
 
   void add_stream(minidump::stream_type type, minidump::location place);
 
-  /// Writes header and directory. @return Whether every write succeeded; unreadable memory is not a failure.
+  /// Writes header and directory; empties the file if any write has failed.
+  /// @return Whether every write succeeded; unreadable memory is not a failure.
   bool finish();
 
 private:

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <elf.h>
 #include <link.h>
+#include <sys/auxv.h>
 
 namespace zar::platform {
 
@@ -100,6 +101,19 @@ module describe(minidump_file &file, const elf_image &image, std::string_view pa
   return result;
 }
 
+/// The path without the note that the kernel adds once the file was replaced, as by an update, or deleted.
+std::string_view without_note(std::string_view path) {
+  constexpr std::string_view note = " (deleted)";
+  return path.ends_with(note) ? path.substr(0, path.size() - note.size()) : path;
+}
+
+/// Readers of dumps take the first module for the program.
+void move_program_to_front(module *modules, size_t count) {
+  const auto is_program = [entry = getauxval(AT_ENTRY)](const module &m) { return entry - m.base < m.size; };
+  module *const program = std::find_if(modules, modules + count, is_program);
+  if (program != modules + count) std::rotate(modules, program, program + 1);
+}
+
 } // namespace
 
 void write_module_list(minidump_file &file, const memory_map &map) {
@@ -114,9 +128,10 @@ void write_module_list(minidump_file &file, const memory_map &map) {
     if (region.path.starts_with("/dev/")) continue;
     elf_image image;
     if (!image.read(region.start) || !has_code(map, image)) continue;
-    modules[count++] = describe(file, image, region.path);
+    modules[count++] = describe(file, image, without_note(region.path));
     covered = image.end();
   }
+  move_program_to_front(modules, count);
   file.add_stream(stream_type::module_list, file.append_list(modules, count));
 }
 

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sys/auxv.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -31,7 +32,7 @@ constexpr std::uint64_t own_stack_max = 64u << 20;
 constexpr std::uint64_t other_stack_max = 256u << 10;
 
 // How far below its stack an overflow may point: a frame may be larger than a guard page.
-constexpr std::uint64_t overflow_max = 1u << 20;
+constexpr std::uint64_t overflow_max = 16u << 20;
 constexpr std::uint64_t red_zone = 128;
 constexpr std::uint64_t code_before = 128, code_around = 256;
 
@@ -104,13 +105,15 @@ public:
   }
 
 private:
-  /// From the stack pointer to the end of its region; for an overflowed stack, from its lowest byte.
+  /// From the stack pointer to the end of its region; for an overflowed stack, from its lowest byte. The first thread's
+  /// stack ends below the command line and the environment.
   memory_range add_stack(std::uint64_t sp, std::uint64_t most) {
     const memory_region *region = m_map.at_or_above(sp);
     while (region != m_map.end() && !(region->readable && region->writable)) ++region;
     if (region == m_map.end() || region->start > sp + overflow_max) return {sp, {0, 0}};
     const std::uint64_t start = std::max(region->start, (sp - std::min(sp, red_zone)) & ~std::uint64_t{15});
-    return add_range(start, std::min({region->end - start, most, m_file.room()}));
+    const std::uint64_t length = std::min(region->end - start, getauxval(AT_RANDOM) - start);
+    return add_range(start, std::min({length, most, m_file.room()}));
   }
 
   /// What a debugger needs to show the instruction if it lacks the program.
