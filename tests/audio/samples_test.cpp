@@ -14,7 +14,7 @@ auto code_of(double value) {
   return one.buffer().at(0);
 }
 
-/// A value half a step beyond the sample, so that the cut hits it.
+/// A value half a step beyond the sample, so that truncation yields the sample.
 double value_of(int sample) { return (sample < 0 ? sample - 0.5 : sample + 0.5) / 32767.0; }
 
 /// The compressors of ITU-T G.191, on 16-bit samples.
@@ -42,7 +42,7 @@ TYPED_TEST_SUITE(SampleBuffer, buffers);
 } // namespace
 
 TEST(Samples, DifferFromG711InTheSettledSamplesOnly) {
-  std::set<int> a_law = {-32768}, mu_law = {-32768}; // and every edge of a step
+  std::set<int> a_law = {-32768}, mu_law = {-32768}; // and every step edge
   for (int step = 1; step < 128; ++step) {
     const int segment = step >> 4, edge = 16 + (step & 15);
     a_law.insert(segment ? -(edge << (segment + 3)) : -(step << 4));
@@ -56,7 +56,7 @@ TEST(Samples, DifferFromG711InTheSettledSamplesOnly) {
     ASSERT_EQ(a, sample == -32768 ? 0x55 : reference_a_law(sample - (sample < 0))) << sample;
     ASSERT_EQ(mu, sample == -32768 ? 0x7F : reference_mu_law(sample - (sample < 0))) << sample;
     ASSERT_EQ(code_of<pcm16Sample>(value_of(sample)), sample);
-    const volatile double value = sample / 32767.0, product = value * 32767.0; // rounded to a double before the cut
+    const volatile double value = sample / 32767.0, product = value * 32767.0; // rounded to double before truncation
     ASSERT_EQ(code_of<pcm16Sample>(value), static_cast<short>(product));
   }
 }

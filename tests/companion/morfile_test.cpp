@@ -12,7 +12,7 @@
 
 static int disk_error = 0, times_forced = 0;
 
-// The library's calls come here too.
+// Interposed: the library's calls come here too.
 extern "C" int fsync(int file) {
   ++times_forced;
   return disk_error ? (errno = disk_error, -1) : static_cast<int>(syscall(SYS_fsync, file));

@@ -42,7 +42,7 @@ TEST(Qx, ConvertsBetweenUtf8WideAndNarrowText) {
   const std::string utf8 = "a\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
   EXPECT_EQ(qx::string_utf8_to_wstring(utf8), L"a\x7F\x80\x7FF\x800\xFFFF\U00010000\U0010FFFF");
   EXPECT_EQ(qx::string_wstring_to_utf8(qx::string_utf8_to_wstring(utf8)), utf8);
-  // Stray and missing continuations, overlong forms, surrogates, and what lies above Unicode.
+  // Stray and missing continuation bytes, overlong forms, surrogates, and code points above Unicode's.
   for (const std::string broken :
        {"\x80", "\xC3(", "\xC1\x81", "\xE0\x80\x80", "\xE2\x82", "\xED\xA0\x80", "\xF4\x90\x80\x80"}) {
     const std::wstring result = qx::string_utf8_to_wstring(broken + "z");
@@ -50,7 +50,7 @@ TEST(Qx, ConvertsBetweenUtf8WideAndNarrowText) {
   }
   const wchar_t high = static_cast<wchar_t>(0xD83D), low = static_cast<wchar_t>(0xDE00);
   EXPECT_EQ(qx::string_wstring_to_utf8({high, low, low, L'\0', L'a'}), "\xF0\x9F\x98\x80\xEF\xBF\xBD");
-  const char *const western = sizeof(wchar_t) == 2 ? "1252" : "ISO-8859-1"; // a code page, or a name of iconv
+  const char *const western = sizeof(wchar_t) == 2 ? "1252" : "ISO-8859-1"; // a code page, or an iconv name
   const auto as_utf8 = [](const char *page) { return qx::string_ascii_to_utf8("\xE9", page); };
   EXPECT_EQ(as_utf8(western) + as_utf8("99999") + as_utf8("none"), "\xC3\xA9\xE9\xE9");
   EXPECT_EQ(as_utf8("1") == "\xE9", sizeof(wchar_t) > 2) << "a number that stands for a page of the system";

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// The rights to the pages of all modules.
+/// The page protection of all modules.
 std::string page_rights() {
   std::string text;
 #ifdef _WIN32
@@ -37,8 +37,8 @@ const std::string suffix = ".so", early = "hook_caller_now.so", lazy = "hook_cal
 #endif
 const std::string target = "hook_target" + suffix, late_target = "HOOK_late_TARGET" + suffix;
 
-/// A module that calls the function, in a copy never loaded before: what is hooked stays so. It stays loaded to
-/// the end, as nobody looks again at a place where a module was.
+/// A module that calls the function, in a copy never loaded before, as hooked slots stay hooked. It stays loaded to
+/// the end, as modules loaded later at its address would be skipped.
 struct caller {
   explicit caller(const std::string &name) {
     static const harness::temporary_directory folder;
@@ -107,7 +107,7 @@ TEST(ApiHooker, ForgetsAllHooksWhenOneEnds) {
 }
 
 TEST(ApiHooker, ChangesWordsThatOtherThreadsCallThrough) {
-  const caller called(early); // in pages that are write-protected
+  const caller called(early); // in write-protected pages
   std::atomic<int> ready{0};
   std::vector<std::thread> threads;
   while (threads.size() < 3)

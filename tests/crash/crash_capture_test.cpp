@@ -20,14 +20,14 @@ constexpr bool is_windows = false;
 const std::string program = "crashing_program";
 #endif
 
-/// A document folder, and what crashes leave in it.
+/// A document folder, and the files that crashes leave in it.
 struct crash_folder {
   harness::temporary_directory documents;
   const std::string log = documents / "log/";
 
   crash_folder() { std::filesystem::create_directory(log); }
 
-  /// Lets the program crash, and checks that it ends as the signal says, at once.
+  /// Makes the program crash, and checks that it dies of that signal, without delay.
   void crash(const std::string &how, int signal = SIGSEGV, const std::string &architecture = "x86") const {
     const std::map<std::string, std::string> environment = {{"PROCESSOR_ARCHITECTURE", architecture}};
     const auto result = harness::run("crashing_program", {how, documents.path()}, environment);
@@ -47,7 +47,7 @@ struct crash_folder {
   }
 };
 
-/// Whether the text is one whole report with that stack, a regular expression.
+/// Whether the text is one complete report whose stack matches the regular expression.
 bool is_report(const std::string &text, const std::string &stack) {
   const std::string time = "Time at : 20[0-9]{2}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2} = [0-9]+\\.[0-9]{6}\n";
   const std::string head = "Dump by crash\nPID=[0-9]+ TID=([0-9]+) \nname=\\1\n" + time;
@@ -67,13 +67,13 @@ TEST(CrashCapture, RecordsTheFaultAndDiesOfIt) {
       {"divide", SIGFPE, ".*divide.*\n[^]*main[^]*"},
       {"call", SIGSEGV, " \n[^]*call_nowhere[^]*main[^]*"},
       {"illegal", SIGILL, ".*stop_here[^]*"},
-      {"together", SIGSEGV, ".*read_nowhere[^]*"}, // many threads, of which one reports
+      {"together", SIGSEGV, ".*read_nowhere[^]*"}, // many threads, one of which reports
 #ifndef _WIN32
       {"sent", SIGBUS, ".*(kill|raise).*\n[^]*send_fault[^]*"},
       {"damaged", SIGSEGV, ".*damage_stack[^]*"},
       {"heap", SIGSEGV, ".*(malloc|take).*\n[^]*main[^]*"},
       {"throw", SIGABRT, "[^]*__cxa_throw[^]*throw_it[^]*main[^]*"},
-      {"overflow", SIGSEGV, "(.*overflow.*\n){64}", 7 << 20}, // the dump holds the whole of it
+      {"overflow", SIGSEGV, "(.*overflow.*\n){64}", 7 << 20}, // the dump holds the whole stack
       {"overflow_on_thread", SIGSEGV, "(.*overflow.*\n){64}", 7 << 20},
 #endif
   };
@@ -117,7 +117,8 @@ TEST(CrashCapture, ADebuggerShowsTheStacksOfTheDump) {
   const std::string command = debugger + " -b -o 'bt all' -c " + folder.dumps()[0] + " ";
   const auto lldb = harness::run("/bin/sh", {"-c", command + harness::program_folder() + program});
   if (lldb.exit_code == 127) GTEST_SKIP() << "no lldb";
-  // The last thread takes all signals for itself: of it there is the place where it waits, and what follows from that.
+  // The last thread waits for all signals itself: the dump holds the place where it waits, and the frames found from
+  // there.
   EXPECT_THAT(lldb.output, testing::ContainsRegex("stop reason = signal SIGSEGV.*(read_nowhere\\(.*){6}`main.*`_start.*"
                                                   "(wait_for_ever\\(\\) at .*){3}thread #.*sigtimedwait"));
 }

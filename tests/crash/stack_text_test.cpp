@@ -17,7 +17,7 @@ namespace {
 
 volatile int one = 1;
 
-// Each keeps a frame of its own, for something is left to do after the call.
+// Each keeps its own frame, as work remains after the call.
 [[gnu::noinline]] std::string inner_reader(int depth) { return zarReadStack(depth) + std::string(one - 1u, ' '); }
 [[gnu::noinline]] std::string outer_reader(int depth) { return inner_reader(depth) + std::string(one - 1u, ' '); }
 [[gnu::noinline]] std::string read_below(int frames, int depth) {

@@ -24,7 +24,7 @@ static bytes counted(size_t size) {
   return out;
 }
 
-/// Whole blocks through one path.
+/// Whole blocks through one implementation.
 static bytes run(const zar::aes_path &path, bool encipher, const bytes &key, const bytes &data) {
   bytes out(data.size()), schedule = key;
   const int rounds = length(key) / 4 + 6;
@@ -106,7 +106,7 @@ TEST(Aes, DecryptGoesByTheLastByteAloneAndStaysInsideItsMemory) {
       bytes plain = counted(static_cast<size_t>(std::max(size, 0)));
       if (size > 0) plain.back() = static_cast<unsigned char>(last);
       bytes data = aes.Encrypt(plain.data(), size - size % 16, PaddingZeros);
-      data.insert(data.end(), plain.begin() + length(data), plain.end()); // what is no whole block stays as it is
+      data.insert(data.end(), plain.begin() + length(data), plain.end()); // a partial block is unchanged
       EXPECT_EQ(aes.Decrypt(data.data(), size, PaddingZeros), plain);
       plain.erase(plain.end() - std::min(length(plain), last <= 16 ? last : 0), plain.end());
       for (const int mode : {0, 1, 2, 3, 99}) EXPECT_EQ(aes.Decrypt(data.data(), size, PaddingMode(mode)), plain);

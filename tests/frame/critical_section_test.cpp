@@ -8,7 +8,7 @@
 #include <vector>
 
 TEST(CriticalSection, TellsItsHolderAndIsNotToBeNested) {
-  static chCriticalSection section; // held to the end
+  static chCriticalSection section; // held until exit
   const auto state = [] { return section.IsLocked() * 10 + section.IsLockedByThisThread(); };
   EXPECT_EQ(section.Lock(), 1);
   EXPECT_EQ(state(), 11);

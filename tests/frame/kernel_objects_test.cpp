@@ -28,7 +28,7 @@ child start(const std::vector<std::string> &arguments) {
 /// A name that no other process uses.
 std::string own_name(const std::string &part) { return "zt" + std::to_string(zarGetCurrentProcessId()) + part; }
 
-/// What opening that name finds: how many of the three were made, and the last of 100 bytes.
+/// The result of opening that name: how many of the three were created, and the last of 100 bytes.
 std::pair<int, char> look_at(const std::string &name) {
   const objects all(name, 100);
   return {all.created(), all.bytes[99]};
@@ -61,7 +61,7 @@ TEST(Mutex, BelongsToOneThread) {
   twin.mutex.Unlock();
   std::thread([&] {
     EXPECT_EQ(twin.mutex.Lock(0) + twin.mutex.Lock(30) + all.mutex.IsLockedByThisThread(), 0);
-    all.mutex.Unlock(); // a stranger's: forgotten by the object, kept by the system
+    all.mutex.Unlock(); // not the owner's: forgotten by the object, kept by the system
     EXPECT_EQ(twin.mutex.Lock(0) + twin.mutex.IsLockedByThisThread(), 0);
   }).join();
   all.mutex.Unlock();
@@ -73,7 +73,7 @@ TEST(Mutex, BelongsToOneThread) {
 TEST(Mutex, ReportsADeadHolderOnce) {
   objects all(own_name("d"), 100);
   const auto expect_abandoned = [&](const char *by) {
-    for (const int whole : {0, 1}) { // only the first heir is told
+    for (const int whole : {0, 1}) { // only the first new owner is told
       EXPECT_EQ(all.mutex.Lock(20000), whole) << by;
       EXPECT_EQ(all.mutex.IsLockedByThisThread(), 1) << by;
       all.mutex.Unlock();
@@ -106,7 +106,7 @@ TEST(MapFile, IsOneZeroFilledBlockPerName) {
 
 TEST(KernelObjects, NamesOfAnyBytesAreKeptApart) {
   std::vector<std::string> names = {"", "%", "%41", "A", "a", "~", "..", "\xC3\xA4 \n\x7F", "name*?<>|:"};
-#ifndef _WIN32 // a name ends at its first NUL there, and may not be long
+#ifndef _WIN32 // where a name ends at its first NUL, and may not be long
   for (const char *end : {"", "1"})
     names.insert(names.end(), {std::string("n\0", 2) + end, std::string(10000, 'l') + end});
 #endif
@@ -121,7 +121,7 @@ TEST(KernelObjects, HaveOneCreatorOfManyAtOnce) {
   const objects kept(own_name("r-kept"), sizeof(ledger));
   child racers[4];
   for (child &racer : racers) racer = start({"race", own_name("r")});
-#ifndef _WIN32 // without these files the folder comes and goes with every round
+#ifndef _WIN32 // without these files the folder is removed and created in every round
   EXPECT_TRUE(comes_true([&] { return kept.book().rounds > 0; }));
   for (const char *kind : {"event_", "mutex_", "mapfile_"})
     unlink((folder + "/Local%5C" + kind + own_name("r-kept")).c_str());
@@ -170,12 +170,12 @@ TEST(KernelObjectsOnLinux, LiveInAForkedChildWhenItsParentHasClosedThem) {
 TEST(KernelObjectsOnLinux, DeadFilesAreSweptAndStrangersRefused) {
   const std::string prefix = folder + "/Local%5Cmapfile_", path = prefix + own_name("x");
   const objects host(own_name("host"), 8);
-  /// Opens over a file that is held, as if a program of another make, or another user, had it open.
+  /// Opens over a file in use, as if another build of the library, or another user, had it open.
   const auto open_over = [&](const std::string &bytes, mode_t mode = 0600, uid_t owner = geteuid(),
                              int lock = LOCK_SH) {
     int file = -1;
     bool prepared = false;
-    do { // until no other process has swept the file before it was locked
+    do { // repeat if another process swept the file before it was locked
       close(file);
       harness::write_file(path, bytes);
       file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);

@@ -8,7 +8,7 @@
 #include <cstring>
 
 TEST(NamedObjects, TellTheFirstFromTheLater) {
-  // The process's own table, and one of the caller's, whose names the other one holds where it lies near enough.
+  // The process-wide table, and one of the caller's, whose names the former stores if within reach.
   chSystemNamedObject own;
   for (chSystemNamedObject *const table : {&uCSystemNamedObjectHelper::getInstance().getObject(), &own}) {
     chNamedObjectManager &names = table->objects();
@@ -29,7 +29,8 @@ TEST(NamedObjects, TellTheFirstFromTheLater) {
 }
 
 TEST(NamedObjects, AreTheBytesOfTheFormatPage) {
-  // docs/formats/named-block.md, in words of four bytes: a fresh block after asking for "b" with 4 bytes and "a" with 8.
+  // docs/formats/named-block.md, in words of four bytes: a new block after requests for "b" with 4 bytes and "a" with
+  // 8.
   static constexpr int expected[] = {
       8192, 4099, 8160,    24, 88,  88,  12, 44,         20,         32, -12, 12,      0x42424242,
       12,   1,    -0xFF9E, 24, -44, -32, 16, 0x41414141, 0x41414141, 12, 1,   -0xFF9F, INT_MIN + 8092,
@@ -49,7 +50,7 @@ TEST(FrameAtTheEdges, ServesToTheEndAndAbortsOnReentry) {
   EXPECT_NE(late.output.find("kept 42"), std::string::npos) << late.output;
   EXPECT_NE(late.error.find("memory alloc(2) and free("), std::string::npos)
       << "the one block and the other, " << late.error;
-#ifndef _WIN32 // the program gets between the library and its heap
+#ifndef _WIN32 // the program interposes the library's heap
   const harness::child_result again = harness::run("frame_exit_program", {"re-enter"});
   EXPECT_NE(again.exit_code, 0);
   EXPECT_NE(again.error.find("[E:] re-enter static instance of uCSystemNamedObjectHelper\n"), std::string::npos);

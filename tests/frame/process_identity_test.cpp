@@ -19,7 +19,7 @@ TEST(ProcessIdentity, KnowsTheLivingFromTheDead) {
     EXPECT_EQ(zarIsValidProcessID(thread), 0) << "a thread that is no process";
   }).join();
   child.kill();
-  // A dead process that nobody has waited for yet has ended all the same.
+  // A zombie counts as ended.
   EXPECT_TRUE(comes_true([&] { return zarIsValidProcessID(process) + zarIsValidThreadID(thread) == 0; }));
   int count = 0x7FFFFFFF;
   EXPECT_LT(zarInterlockedIncrement(count), 0);

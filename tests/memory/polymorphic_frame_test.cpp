@@ -30,7 +30,7 @@ TEST(PolymorphicFrame, SharesOneObjectUntilTheLastHandleLeaves) {
   b = c = a;
   EXPECT_EQ(alive, 0);
   list.data().next.data().value = 2;
-  list = list->next; // the handle assigned from lies in the object that goes
+  list = list->next; // the assigned handle is inside the object that is destroyed
   EXPECT_TRUE(list->value == 2 && list.referenceCount() == 1 && alive == 1);
 }
 

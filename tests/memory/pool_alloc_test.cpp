@@ -21,7 +21,7 @@ struct block {
   basePoolAlloc *pool;
 };
 
-// The same block as plainly as it can be written.
+// The simplest possible model of the same block.
 struct plain_block {
   explicit plain_block(word size) : words((24 + size) / 4), end(24 + size) {
     at(8) = size, at(12) = 16, at(24) = size | free_flag;

@@ -56,7 +56,7 @@ TEST(InAddr, KeepsStaleBytesAndComparesWithoutThem) {
   EXPECT_TRUE(first.fromString("nothing") && second.fromString("nothing"));
   EXPECT_TRUE(first == second && first.toString().empty());
   EXPECT_NE(first.toInAddr().s_addr, second.toInAddr().s_addr);
-  third.fromString("1:2:3:4:5:6:7:9/64"); // a prefix passes, but its address is not taken
+  third.fromString("1:2:3:4:5:6:7:9/64"); // a prefix length is accepted, but the address is not used
   EXPECT_TRUE(third == chInAddr("1:2:3:4:5:6:7:8") && third != chInAddr("1:2:3:4:5:6:7:9"));
 }
 
@@ -78,7 +78,7 @@ TEST(SocketAddr, HoldsHostAndPort) {
 }
 
 TEST(Addresses, TellsValidLocalAndRemoteOnes) {
-  // The answers of the host for local and remote use, and of the socket address.
+  // The validity of the host for local and remote use, and of the socket address.
   const std::pair<int, std::vector<const char *>> cases[] = {
       {1111, {"1.2.3.4", "169.254.0.0", "0:0:0:0:0:0:0:2", "fec0:0:0:0:0:0:0:1"}},
       {1010, {"0.0.0.0", "0:0:0:0:0:0:0:0", "0:0:0:0:0:0:0:1", "fe80:0:0:0:0:0:0:1", "febf:0:0:0:0:0:0:1"}},

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-/// The address that the system gave a socket.
+/// The local address of a socket.
 inline chSocketAddr address_of(unsigned fd) {
   chSocketAddr address;
   auto *raw = const_cast<sockaddr *>(&address.toSocketAddr());
@@ -20,7 +20,7 @@ inline chSocketAddr address_of(unsigned fd) {
 }
 inline chSocketAddr address_of(const chSocket &socket) { return address_of(socket.fd()); }
 
-/// Listens on a port that the system picks.
+/// Listens on a port chosen by the system.
 struct listener : chSocketTCPServer {
   listener() {
     EXPECT_TRUE(CreateSocket(AF_INET) && Bind(chSocketAddr("127.0.0.1", 0)) && SocketListen(5));
@@ -39,6 +39,6 @@ struct connection {
   }
 
   listener server;
-  chSocketAddr peer; // what AcceptOnSocket() told of `local`
+  chSocketAddr peer; // what AcceptOnSocket() reported for `local`
   Socket local, remote;
 };

@@ -31,7 +31,7 @@ TEST(Ethernet, FaultsWithoutADriverOnWindows) {
 TEST(Ethernet, AsksTheDriverOnWindows) {
   const apiHooker message_box("USER32.dll", "MessageBoxA", reinterpret_cast<FARPROC>(reinterpret_cast<void *>(&show)),
                               nullptr);
-  // A module that is loaded answers to its bare name, so the library finds this one.
+  // A loaded module is found by its bare name, so the library uses this one.
   chDynamicModule module(harness::program_folder() + "recording_driver/Packet.dll");
   auto &state = *reinterpret_cast<driver_state *>(module.GetMethod("driver"));
   const std::string opened = "Open a\nSetHwFilter 1 32\nRequest 1 0 16843010 6\n", listed = "GetAdapterNames 8192\n";
@@ -122,7 +122,7 @@ static void carry_frames() {
   for (const int time : {20, -1}) EXPECT_FALSE(receiver.Receive(nullptr, nullptr, nullptr, payload, time));
   EXPECT_TRUE(payload.size() == 1486 && !sender.Send(right.data(), 1, all.data(), 1487));
 
-  std::thread both([&] { // one thread sends on what the other receives from
+  std::thread both([&] { // sends on the socket that the main thread receives from
     for (unsigned char i = 0; i < 50; ++i)
       EXPECT_TRUE(receiver.Send(left.data(), 1, &i, 1) && sender.Send(right.data(), 1, &i, 1));
   });
@@ -140,7 +140,7 @@ static void carry_frames() {
 TEST(Ethernet, CarriesFramesFromInterfaceToInterface) {
   if (!chDynamicModule("libpcap.so.0.8").GetMethod("pcap_create")) GTEST_SKIP() << "libpcap is not installed";
   bool skipped = false;
-  std::thread wired([&skipped] { // whose network is two interfaces, each the other's wire
+  std::thread wired([&skipped] { // in a network namespace with two connected interfaces
     const char *const wire = "ip link add left address 02:00:00:00:00:0a type veth peer name right address "
                              "02:00:00:00:00:0b && for i in left right; do ip link set $i addrgenmode none && "
                              "ip link set $i up || exit 1; done";

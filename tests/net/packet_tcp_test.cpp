@@ -32,7 +32,7 @@ void expect_none(chSocketPacketTCP &socket, int timeout, bool stays_connected) {
 
 } // namespace
 
-// A middleman hands on the bytes of three packets up to each place, then holds the rest back for a while, or for ever.
+// A relay forwards the bytes of three packets up to each position, then delays the rest, or never sends it.
 TEST(PacketTCP, TakesUpOrLosesAPacketThatIsCutAnywhere) {
   const bytes packets[] = {{'A', 'B', 'C'}, {0, 0, 0, 1}, bytes(300, 'x')};
   ends source;
@@ -41,7 +41,7 @@ TEST(PacketTCP, TakesUpOrLosesAPacketThatIsCutAnywhere) {
   ASSERT_TRUE(source.remote.peek(stream, 0, 7 + 8 + 304, soon));
   EXPECT_EQ(bytes(stream.begin(), stream.begin() + 7), (bytes{0, 0, 0, 3, 'A', 'B', 'C'}));
   for (int place = 0; place <= 319; ++place)
-    for (const bool goes_on : {true, false}) { // else the rest never comes
+    for (const bool goes_on : {true, false}) { // if false, the rest never comes
       const int whole = place < 7 ? 0 : place < 15 ? 1 : place < 319 ? 2 : 3;
       ends hop;
       hop.local.Send(stream.data(), place);
@@ -58,7 +58,7 @@ TEST(PacketTCP, RefusesOnlyWhatIsEmptyToSendAndTooLongToReceive) {
   ends pair;
   const bytes largest(4194304, 'L');
   EXPECT_FALSE(pair.local.SendOnePacket("x", 0) || pair.local.SendOnePacket("x", -1));
-  pair.local.Send("\0\0\0\0", 4); // what cannot be sent can be received
+  pair.local.Send("\0\0\0\0", 4); // the library cannot send it, but receives it
   expect_packet(pair.remote, {});
   std::thread sender([&] { EXPECT_TRUE(send(pair.local, largest)); });
   expect_packet(pair.remote, largest);
@@ -90,8 +90,8 @@ TEST(PacketTCP, RandomPacketsArriveInOrderHoweverTheyAreRead) {
   }
 }
 
-// The example's clients talk to each other, and to one in another language. Events wake the server and the clients from their
-// waits on sockets: from another process the one, from another thread the others.
+// The example's clients talk to each other, and to one in another language. Events wake the server (from another
+// process) and the clients (from another thread) from their waits on sockets.
 TEST(PacketTCP, CarriesTheExampleChat) {
   harness::child_process server("packet_chat", {"serve"});
   int port = 0, event = 0;

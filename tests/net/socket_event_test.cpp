@@ -29,7 +29,7 @@ TEST(SocketEvent, CountsASignalForEachAndNothingElse) {
   chEvent_Socket event, other;
   EXPECT_TRUE(event.OpenEventA() && other.OpenEventA());
   const chSocketAddr address("127.0.0.1", event.GetEventPort());
-  sockSendTo(other.GetEventSocket(), "", 0, 0, &address.toSocketAddr(), 16); // no content, no signal
+  sockSendTo(other.GetEventSocket(), "", 0, 0, &address.toSocketAddr(), 16); // an empty datagram is no signal
   EXPECT_EQ(event.WaitEvent(soon), 0);
   int taken = 0;
   for (int i = 0; i < 100; ++i) EXPECT_EQ(i % 2 ? event.SetEvent() : other.SendEvent(event.GetEventPort()), 1);
@@ -40,7 +40,7 @@ TEST(SocketEvent, CountsASignalForEachAndNothingElse) {
   EXPECT_EQ(event.WaitEvent(0), 0);
 }
 
-/// One thread's fresh socket may get the number that others still take for the broken one: that is what is tested below.
+/// One thread's new socket may get the number that others still use for the broken one; that is tested below.
 extern "C" const char *__tsan_default_suppressions() { return "race:chEvent_Socket::open_endpoint\nrace:sockClose"; }
 
 TEST(SocketEvent, IsRepairedAfterItsSocketWasClosedUnderneath) {
@@ -48,7 +48,7 @@ TEST(SocketEvent, IsRepairedAfterItsSocketWasClosedUnderneath) {
   for (int round = 0; round < 20; ++round) {
     EXPECT_EQ(event.OpenEventA(), 1);
     sockClose(event.GetEventSocket());
-    std::vector<std::thread> signallers; // all of them find it broken; the signals go to the old port
+    std::vector<std::thread> signallers; // all find it broken; the signals go to the old port
     for (int i = 0; i < 4; ++i) signallers.emplace_back([&] { EXPECT_EQ(event.SetEvent(), 1); });
     for (std::thread &signaller : signallers) signaller.join();
     EXPECT_EQ(address_of(event.GetEventSocket()).port(), event.GetEventPort());

@@ -40,7 +40,7 @@ TEST(FdSet, WaitsForReadyHandles) {
   pair.local.Send("x", 1);
   EXPECT_EQ(wait(&chFD_SET::readSelect, -1, {quiet, reader}), std::make_pair(1, true));
   EXPECT_EQ(sockPeekRecvLength(reader), 1);
-  // What is no open socket fails the wait as a whole.
+  // A handle that is not an open socket makes the whole wait fail.
   pair.local.DestroySocket();
   for (const std::vector<unsigned> &handles : {std::vector<unsigned>{reader, quiet}, {reader, 0xFFFFFFFFu}, {}})
     EXPECT_EQ(wait(&chFD_SET::readSelect, -1, handles).first, -1);
@@ -76,7 +76,7 @@ TEST(Socket, IsOfTheProcessAloneAndSendsSmallPacketsAtOnce) {
     getsockopt(fd, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<char *>(&at_once), &length);
     EXPECT_NE(at_once, 0);
   }
-  // A broken connection is an error and no signal.
+  // A broken connection gives an error, not a SIGPIPE.
   pair.remote.DestroySocket();
   while (sockSend(pair.local.fd(), "x", 1, 0) != -1) chFD_SET(static_cast<int>(pair.local.fd())).writeSelect(1000);
   EXPECT_NE(zarGetLastError(), 0u);
@@ -87,7 +87,7 @@ TEST(Socket, ConnectsInTime) {
   chSocketTCP socket, refused, ipv6;
   EXPECT_TRUE(socket.CreateSocket(AF_INET) && refused.CreateSocket(AF_INET));
   EXPECT_TRUE(sockAsyncConnect(socket.fd(), &server.address.toSocketAddr(), 5000));
-  EXPECT_TRUE(sockAsyncConnect(socket.fd(), &server.address.toSocketAddr(), 0)); // it is connected
+  EXPECT_TRUE(sockAsyncConnect(socket.fd(), &server.address.toSocketAddr(), 0)); // already connected
   server.DestroySocket();
   for (const unsigned fd : {refused.fd(), 0xFFFFFFFFu})
     EXPECT_FALSE(sockAsyncConnect(fd, &server.address.toSocketAddr(), 500));
@@ -102,7 +102,7 @@ TEST(Socket, RefusesNegativeSizesAndKeepsToItsMode) {
   EXPECT_TRUE(pair.remote.Send("xyz", 3) && chFD_SET(static_cast<int>(fd)).readSelect(-1) == 1);
   EXPECT_EQ(sockSend(fd, text, -1, 0) + sockSendTo(fd, text, -1, 0, nullptr, 0), -2);
   EXPECT_EQ(sockRecv(fd, text, -1, 0) + sockRecvFrom(fd, text, -1, 0, nullptr, nullptr), -2);
-  for (const int result : {3, -1}) EXPECT_EQ(sockRecv(fd, text, 4, 0), result); // the socket does not block
+  for (const int result : {3, -1}) EXPECT_EQ(sockRecv(fd, text, 4, 0), result); // the socket is non-blocking
   EXPECT_TRUE(sockSetBlocking(fd, true) && !sockSetBlocking(0xFFFFFFFF, true));
 }
 

@@ -17,7 +17,7 @@ TEST(SocketTCP, ABlockedSendGoesOnWhenThePeerReads) {
   bytes sent(64 << 20);
   std::iota(sent.begin(), sent.end(), static_cast<unsigned char>(0));
   std::thread peer([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(300)); // the sender has filled what the system takes
+    std::this_thread::sleep_for(std::chrono::milliseconds(300)); // meanwhile the sender fills the system's buffers
     EXPECT_TRUE(pair.remote.waitForBufferBytes(static_cast<int>(sent.size()), 60000));
   });
   EXPECT_TRUE(pair.local.Send(sent.data(), static_cast<int>(sent.size())));
@@ -58,7 +58,7 @@ TEST(SocketTCP, PullsExactlyWhatIsMissing) {
   EXPECT_FALSE(pair.remote.peek(out, 8, 10, 30) || pair.remote.peek(out, -1, 2, 30) ||
                pair.remote.peek(out, 1, -1, 30) || pair.remote.peek(text, 0x7FFFFFFF, 0x7FFFFFFF, 30) ||
                pair.remote.peek(text, -4, 2, 30));
-  EXPECT_TRUE(out == bytes({7}) && buffer.size() == 16); // a failed wait keeps what came
+  EXPECT_TRUE(out == bytes({7}) && buffer.size() == 16); // a failed wait keeps what arrived
   EXPECT_TRUE(pair.remote.peek(out, 10, 2, 0) && pair.remote.peek(text, 1, 2, 0));
   EXPECT_TRUE(out == bytes({'a', 'b'}) && text[0] == '1' && text[1] == '2');
   for (const int count : {-1, 14}) pair.remote.seek(count);
@@ -99,7 +99,7 @@ TEST(SocketTCP, BufferHoldsTheStreamWhateverIsTaken) {
   }
 }
 
-// Quadratic work would be the moving of terabytes, which the time limit of the test does not allow.
+// Quadratic work would move terabytes and exceed the test's time limit.
 TEST(SocketTCP, TakesSmallPiecesFromALargeBuffer) {
   constexpr int size = 8 << 20, piece = 8;
   connection<> pair;
@@ -148,5 +148,5 @@ TEST(SocketTCP, OpensAndConnectsByAddress) {
   EXPECT_TRUE(pair.remote.Send("left", 4) && pair.local.waitForBufferBytes(4, 5000));
   EXPECT_FALSE(pair.local.ConnectTo("nobody", 1, 0) || pair.local.ConnectTo("1.2.3.4", 0, 0));
   EXPECT_TRUE(pair.local.isConnected() && pair.local.buffer().size() == 4);
-  EXPECT_TRUE(pair.local.ConnectTo(pair.server.address, 1000) && pair.local.buffer().empty()); // it was connected
+  EXPECT_TRUE(pair.local.ConnectTo(pair.server.address, 1000) && pair.local.buffer().empty()); // already connected
 }

@@ -4,7 +4,7 @@
 
 using bytes = std::vector<unsigned char>;
 
-/// A datagram socket on a port of the loopback that the system picks.
+/// A datagram socket on a loopback port chosen by the system.
 struct receiver : chSocketUDP {
   receiver() {
     EXPECT_TRUE(CreateSocket(AF_INET) && Bind(chSocketAddr("127.0.0.1", 0)));
@@ -34,7 +34,7 @@ TEST(SocketUDP, RefusesWhatCannotBe) {
   receiver one;
   EXPECT_TRUE(one.SendTo(nullptr, 5, one.address) && one.SendTo("x", 0, one.address) &&
               one.SendTo("x", -1, one.address));
-  EXPECT_FALSE(one.ReceiveToBuffer(0) || one.SendTo(bytes(65536).data(), 65536, one.address)); // refused, and writable
+  EXPECT_FALSE(one.ReceiveToBuffer(0) || one.SendTo(bytes(65536).data(), 65536, one.address)); // too large
   chSocketUDP none, second;
   EXPECT_TRUE(!none.SendTo("x", 1, one.address) && none.ReceiveToBuffer(0) == -1);
   EXPECT_FALSE(none.CreateSocket("127.0.0.1", 0) || none.CreateSocket("nobody", 7));

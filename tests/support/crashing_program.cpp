@@ -1,4 +1,4 @@
-// Faults in the way that its first argument names; its second one is the document path. "none" lives.
+// Faults in the way named by the first argument; the second is the document path. "none" does not fault.
 #include "zarlib/crash/crash_capture.h"
 #include "zarlib/crash/stack_text.h"
 #include "zarlib/text/environment.h"
@@ -24,7 +24,7 @@
 
 namespace {
 
-// A sanitizer would see these faults coming, and end the program in its own way.
+// A sanitizer would detect these faults first, and end the program in its own way.
 #define UNSEEN [[gnu::noinline]] __attribute__((no_sanitize("undefined")))
 
 volatile int zero = 0, seven = 7;
@@ -47,7 +47,7 @@ UNSEEN int call_nowhere(int a) { return no_function(a) + 1; }
 
 int print_stack(int) { return std::printf("%s", zarReadStack(-1).c_str()) < 0; }
 
-/// Many threads that fault as nearly together as can be.
+/// Many threads that fault as simultaneously as possible.
 int fault_together(int a) {
   std::latch all_here(8);
   std::vector<std::jthread> threads;
@@ -57,7 +57,8 @@ int fault_together(int a) {
 
 #ifndef _WIN32
 
-/// Beside a first thread that has ended. The program ends well if the thread that waits notices anything of the other one's death.
+/// After the main thread has ended. The program exits normally if the waiting thread is interrupted by the other's
+/// death.
 int overflow_on_thread(int a) {
   std::thread([] { std::exit(pause() + 1); }).detach();
   std::thread([a] { zarHookCrashSignal(), overflow(a); }).detach();
@@ -66,14 +67,14 @@ int overflow_on_thread(int a) {
 
 [[gnu::noinline]] int throw_it(int a) { return a < zero ? a : throw std::runtime_error("nobody catches this"); }
 
-/// The program has handlers of its own for that, and one of them waits for a thread that waits.
+/// With the program's own handlers, one of which joins a thread that is waiting.
 int throw_handled(int a) {
   static std::thread worker(usleep, 999999);
   std::set_terminate([] { worker.join(), std::abort(); });
   return std::signal(SIGABRT, [](int) { _exit(3); }), zarHookCrashSignal(), throw_it(a);
 }
 
-/// A timer of the program's own.
+/// A timer of the program.
 void ring_often() {
   const itimerval often = {{0, 1000}, {0, 1000}};
   std::signal(SIGALRM, [](int) {}), setitimer(ITIMER_REAL, &often, nullptr);
@@ -88,7 +89,7 @@ std::latch waiting(5);
 
 int fault_beside_others(int a) {
   for (int i = 0; i < 3; ++i) std::thread(wait_for_ever).detach();
-  std::thread([] { // takes all signals for itself
+  std::thread([] { // waits for all signals itself
     sigset_t all;
     sigfillset(&all), pthread_sigmask(SIG_BLOCK, &all, nullptr), waiting.count_down(), exit(sigwaitinfo(&all, nullptr));
   })
@@ -97,7 +98,7 @@ int fault_beside_others(int a) {
   return read_nowhere(a);
 }
 
-/// Leaves no way back to the caller, nor to anywhere.
+/// Destroys the frame pointer, so that the caller cannot be found.
 [[gnu::noinline]] int damage_stack(int a) {
   auto *const room = static_cast<volatile char *>(__builtin_alloca(static_cast<size_t>(a) * 64));
   room[0] = 1;
@@ -105,17 +106,17 @@ int fault_beside_others(int a) {
   return room[0];
 }
 
-/// While another thread gives up in the middle of the report.
+/// While another thread aborts in the middle of the report.
 int send_fault(int a) {
   ring_often();
   std::thread([] {
     while (std::filesystem::is_empty(zarGetAppDocPath() + "/log")) continue;
     std::abort();
   }).detach();
-  return raise(SIGBUS) + a; // to this thread, which kill() leaves to the system
+  return raise(SIGBUS) + a; // to this thread; kill() would let the system choose one
 }
 
-/// Faults in the heap, which then hangs whoever asks it for more; behind it where a sanitizer owns the heap.
+/// Faults inside the heap, which then blocks further allocations; after it where a sanitizer replaces the heap.
 UNSEEN int take(int) {
   void *volatile const block = std::malloc(987654);
   return block ? *nowhere + 1 : 0;

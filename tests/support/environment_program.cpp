@@ -1,9 +1,9 @@
-// Tells at its start and at its exit what stands of the environment then; with an argument, its own name after a byte.
+// Prints at start and exit what is known of the environment; with an argument, its own name after a byte.
 #include "zarlib/text/environment.h"
 
 #include <iostream>
 
-// Built before anything of the library was asked for, so it goes last.
+// Constructed before the library's first use, so destroyed last.
 static struct first_and_last {
   first_and_last() {
     std::cout << "at start:" << zarGetAppDocPath() << std::endl;

@@ -1,5 +1,5 @@
-// Process-local objects and the named object table at the edges of a process: used by a static object at exit, re-entered while
-// being built; and a lock that a stranger unlocks.
+// Process-local objects and the named object table used by a static object at exit, and re-entered during
+// construction; and a lock that a non-owner unlocks.
 #include "zarlib/frame/critical_section.h"
 #include "zarlib/frame/named_objects.h"
 
@@ -12,7 +12,7 @@
 
 static bool enter_again = false;
 
-// The library's own allocations come through here (on Linux), those of the table's construction among them.
+// The library's own allocations come through here (on Linux), including those of the table's construction.
 void *operator new(size_t bytes) {
   if (std::exchange(enter_again, false)) nameHelperLock();
   return std::malloc(bytes);
@@ -20,7 +20,7 @@ void *operator new(size_t bytes) {
 void operator delete(void *block) noexcept { std::free(block); }
 void operator delete(void *block, size_t) noexcept { std::free(block); }
 
-// Constructed before anybody else touches the tables, and destroyed after all that main() builds.
+// Constructed before anything else uses the tables, and destroyed after everything that main() builds.
 static struct late_user {
   ipcObjectFrame<int, chMapFile_Local, chMutex_Local> frame, again;
 

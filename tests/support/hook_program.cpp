@@ -1,12 +1,12 @@
-// Hooks a function that it is linked with, before any call of it: hook_program MODULE CALLER
+// Hooks a function that it is linked with, before any call: hook_program MODULE CALLER
 #include "zarlib/crash/api_hooker.h"
 #include "zarlib/text/environment.h"
 
 #include <cstdio>
 
 extern "C" int hook_target(int value);
-// Its address is taken, which in a program at a fixed place makes a stub of its own the function's address for
-// everybody.
+// Taking the address makes, in a non-PIE program, the program's own PLT stub the function's canonical address in all
+// modules.
 int (*volatile address)(int) = hook_target;
 
 int main(int, char **arguments) {

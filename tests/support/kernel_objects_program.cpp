@@ -8,16 +8,16 @@
 #include <pthread.h>
 #include <thread>
 
-/// Opens and closes objects under a mutex that the test keeps, over and over, and notes what must not be in the ledger.
+/// Opens and closes objects repeatedly under a mutex kept by the test, and notes violations in the ledger.
 static void churn(const std::string &name) {
   objects kept(name + "-kept", -1);
   ledger &book = kept.book();
   const auto expect = [&](bool good, int fault) { book.faults |= good ? 0 : fault; };
   const auto guarded = [&](auto action) {
-    const bool whole = kept.mutex.Lock(20000) == 1; // else its holder was killed; only then may the two counts differ
+    const bool whole = kept.mutex.Lock(20000) == 1; // else its owner was killed; only then may the two counts differ
     expect(kept.mutex.IsLockedByThisThread() == 1, 1 /* hangs */);
     if (!whole) {
-      zarDelay(50); // Wine gives the objects of a killed process away while that still runs, for an instant
+      zarDelay(50); // Wine releases the objects of a killed process while it still runs for an instant
       book.after = book.before.load();
     }
     expect(book.before++ == book.after, 2 /* two at once */);
@@ -28,7 +28,7 @@ static void churn(const std::string &name) {
   expect(kept.created() == 0, 4 /* false creator of what is held */);
   for (; !book.stop && !book.faults; ++book.rounds) {
     std::optional<objects> mine;
-    int generation = 0; // one for all that hold the same objects
+    int generation = 0; // the same for all holders of the same objects
     guarded([&] {
       mine.emplace(name, 5000);
       expect(mine->created() < 3 || std::count(mine->bytes, mine->bytes + 5000, '\0') == 5000, 8 /* not as new */);
@@ -45,7 +45,7 @@ static void churn(const std::string &name) {
   }
 }
 
-/// Opens in step with three others, so that all four try to be the creator, and closes in step.
+/// Opens simultaneously with three others, so that all four try to be the creator, and closes simultaneously.
 static void race(const std::string &name) {
   const objects kept(name + "-kept", -1);
   ledger &book = kept.book();
@@ -60,7 +60,7 @@ static void race(const std::string &name) {
     meet();
     if (book.rounds != 3 * round) ++book.faults;
   }
-  // Each under a name of its own, which may be the first while another closes the last there is.
+  // Each under its own name, which may create the first object while another process closes the last one.
   for (int round = 0; round < 300; ++round)
     if (objects own(name + std::to_string(zarGetCurrentProcessId()), 8); !own.bytes || own.created() != 3)
       ++book.faults;
@@ -71,7 +71,7 @@ int main(int, char **arguments) {
   if (verb == "race") race(name);
   if (verb == "churn") churn(name);
   if (verb != "hold") return 0;
-  // Opens all, takes the mutex, and waits, when its first thread has ended; the process has not then.
+  // After the main thread has ended, which does not end the process: opens all, takes the mutex, and waits.
   std::thread([name, first = zarGetCurrentThreadId()] {
     while (zarIsValidThreadID(first)) zarSwitchToThread();
     objects all(name, 100);

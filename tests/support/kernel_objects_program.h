@@ -1,4 +1,4 @@
-// What kernel_objects_program and its test have in common.
+// Shared by kernel_objects_program and its test.
 #pragma once
 
 #include "zarlib/frame/kernel_objects.h"
@@ -8,7 +8,7 @@
 #include <atomic>
 #include <string>
 
-/// The content of a mapping; zero to begin with.
+/// The content of a mapping; initially zero.
 struct ledger {
   std::atomic<int> stop, rounds, faults, generation;
   std::atomic<int> before, after; ///< equal whenever the mutex is free

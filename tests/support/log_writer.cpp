@@ -1,4 +1,4 @@
-// Writes numbered lines to a log for ever, and tells each on standard output once its call has returned.
+// Writes numbered lines to a log for ever, and prints each on standard output once its call has returned.
 #include "zarlib/trace/file_trace.h"
 
 #include <cstdio>

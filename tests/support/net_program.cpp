@@ -1,4 +1,5 @@
-// Asks whether its argument is a valid IPv6 text; without one, opens an adapter, where the driver may be missing. Answers with 0 for no.
+// Checks whether its argument is a valid IPv6 text; without one, opens an adapter, whose driver may be missing. Exits
+// with 0 for no.
 #include "zarlib/net/addresses.h"
 #include "zarlib/net/ethernet.h"
 

@@ -1,9 +1,9 @@
-// The documents that the programs and tests of XML files save: whole ones tell their number, and everything else is told from them.
+// The documents that the programs and tests of XML files save: each holds its number, and damaged ones are recognised.
 #pragma once
 
 #include "zarlib/xml/xml_file.h"
 
-/// Number 0 has no content; odd numbers come to some 10 KB, even ones to some 50 KB.
+/// Number 0 has no content; odd numbers have some 10 KB, even ones some 50 KB.
 inline chXmlFile settings_document(int number) {
   chXmlFile document;
   if (number == 0) return document;
@@ -17,7 +17,7 @@ inline chXmlFile settings_document(int number) {
   return document;
 }
 
-/// @return The number of a document; -1 when it is not whole.
+/// @return The number of a document; -1 if it is not intact.
 inline int settings_number(const chXmlDocument &document) {
   const chXmlElement root = document.getChildElement();
   const int number = root.hasData() ? std::stoi("0" + root.GetAttributeValue("number")) : 0;

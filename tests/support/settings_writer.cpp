@@ -1,6 +1,6 @@
-// Saves or loads an XML file, to be killed meanwhile or to meet faults.
-//   settings_writer FILE                       loads, then saves one document after the other; tells what it found, and each save
-//   settings_writer FILE save|load die|fail N  dies or lets the file system fail at call N, and prints how many calls there were
+// Saves or loads an XML file, while being killed or with injected faults.
+//   settings_writer FILE                       loads, then saves one document after another; prints each
+//   settings_writer FILE save|load die|fail N  dies, or fails the system call, at call N; prints the number of calls
 #include "tests/support/settings_document.h"
 #include "zarlib/xml/xml_file.h"
 
@@ -8,7 +8,7 @@
 #include <cstdlib>
 
 static bool dies;
-static int calls, faulty_call; ///< counted from 1; 0 while nothing is to happen
+static int calls, faulty_call; ///< counted from 1; 0 for none
 
 #ifdef __linux__
 #include <cerrno>
@@ -23,7 +23,7 @@ static bool strikes() {
   return true;
 }
 
-// These stand in front of the C library's own for every module of the process.
+// These interpose the C library's functions in every module of the process.
 extern "C" {
 
 int open(const char *path, int flags, ...) {

@@ -1,4 +1,5 @@
-// The tracer in a process of its own: trace_program FOLDER MODE. It works in FOLDER, so that log files can be named without one.
+// The tracer in its own process: trace_program FOLDER MODE. FOLDER becomes the current directory, so that log files
+// need no path.
 #include "zarlib/trace/console.h"
 #include "zarlib/trace/trace.h"
 #include "zarlib/trace/tracer_manager.h"
@@ -12,9 +13,9 @@
 #include <thread>
 
 #ifndef _WIN32
-// The tracer allocates while it is built; this is the way in for a trace call from inside.
+// The tracer allocates during its construction; this makes a trace call from inside.
 static std::atomic<bool> reenter{false};
-static std::atomic<int> granted{-1}; // so many allocations before one is refused; none is below 0
+static std::atomic<int> granted{-1}; // allocations granted before one fails; below 0 none fails
 
 void *operator new(std::size_t size) {
   if (reenter.exchange(false)) zarTrace(5, "from inside");
@@ -41,7 +42,7 @@ static void print_option() {
   std::printf(" %d\n", tracer.GetOutputLevel());
 }
 
-/// Threads race for the first trace, and are in the middle of their lines when the process ends.
+/// Threads race for the first trace call, and are still tracing when the process ends.
 static void race_for_the_first_trace() {
   static std::atomic<int> waiting{8}, beginning{8};
   for (int i = 0; i < 8; ++i)
@@ -54,7 +55,7 @@ static void race_for_the_first_trace() {
 }
 
 #ifndef _WIN32
-/// The first trace fails at each of its allocations in turn, until it has all of them.
+/// The first trace call fails at each of its allocations in turn, until all succeed.
 static void trace_without_memory() {
   for (int i = 0; granted < 0; ++i) {
     granted = i;

@@ -1,5 +1,5 @@
-// Trace calls of static objects: trace_statics_program FOLDER. Its log file is "statics" there. Objects are destroyed in the reverse order of their
-// construction, and the tracer is built between these two.
+// Trace calls of static objects: trace_statics_program FOLDER, where its log file is "statics". Objects are destroyed
+// in reverse order of construction, and the tracer is constructed between these two.
 #include "zarlib/trace/trace.h"
 #include "zarlib/trace/tracer_manager.h"
 

@@ -18,7 +18,7 @@ TEST(Characters, BelongToTheirClassesAndToNoOther) {
 
 TEST(Utf8, WalksForwardAndBackwardOverTheSameCharacters) {
   const std::string text = "a\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x9F";
-  // A character of four bytes is not known: each of its bytes is one of its own.
+  // Four-byte characters are not supported: each byte counts as a character.
   const std::pair<size_t, wchar_t> characters[] = {{0, 'a'},   {1, 0x7F},   {2, 0x80}, {4, 0x7FF},
                                                    {6, 0x800}, {9, 0xFFFF}, {12, '?'}, {13, '?'}};
   const char *step = text.c_str(), *word = step;

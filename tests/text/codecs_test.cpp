@@ -11,7 +11,7 @@ namespace {
 
 using bytes = std::vector<unsigned char>;
 
-/// What is left over at the end: four bits are a byte of their own, others are nothing.
+/// Bits left over at the end: four become a byte of their own, others are dropped.
 bytes slow_decode(const std::string &text, const std::string &alphabet, size_t width) {
   std::string bits;
   for (const char c : text)
@@ -27,7 +27,7 @@ const std::string sextets = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxy
 bytes slow_base16(const std::string &text) { return slow_decode(text, "0123456789ABCDEFabcdef", 4); }
 bytes slow_base64(const std::string &text) { return slow_decode(text.substr(0, text.find('=')), sextets, 6); }
 
-/// By all vector instructions that this processor has, and without.
+/// With each vector instruction set of this processor, and without.
 void expect_read_alike(const std::string &text) {
   const bytes base16 = slow_base16(text), base64 = slow_base64(text);
   const std::string code = zar::to_base64(zar::vector_level::none, base64.data(), base64.size());
@@ -74,7 +74,7 @@ TEST(Codecs, EveryPairOfCharactersAndEachAtEveryPlaceOfABlock) {
 
 TEST(Codecs, AllLengthsComeBackWithAnythingBetweenTheCharacters) {
   std::mt19937 random(1);
-  // 0 to 100, then around the ends of the pieces in which long texts are made.
+  // 0 to 100, then around the boundaries of the pieces in which long texts are processed.
   for (size_t size = 0; size < 9300; size += size <= 100 || (size + 1) % 3072 < 3 ? 1 : 3072 - (size + 1) % 3072) {
     bytes data(size);
     for (auto &byte : data) byte = static_cast<unsigned char>(random());

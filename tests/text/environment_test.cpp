@@ -33,7 +33,7 @@ TEST(Environment, StandsFromTheFirstConstructorToTheLastDestructor) {
 }
 
 TEST(Processes, AreKilledByTheirWholeNameInAnyCaseAndOneAtATime) {
-  // A copy under a name that no other process has, and where it finds the libraries.
+  // A copy under a name that no other process has, in a folder where it finds the libraries.
   const harness::temporary_directory folder;
   const std::string stem = fs::path(folder.path()).filename().string(), path = folder / (stem + ".exe");
   const std::map<std::string, std::string> variables = {{"PATH", harness::program_folder()}};
@@ -57,21 +57,21 @@ TEST(DynamicModule, WalksItsStatesAndLeavesALastError) {
 #ifndef _WIN32
 
 TEST(StdInput, OnLinuxReadsTheKeysOfATerminalAndPutsItsModeBack) {
-  int user = -1, process = -1; // the ends of a terminal that stays on standard input
+  int user = -1, process = -1; // the two ends of a terminal that becomes standard input
   ASSERT_TRUE(openpty(&user, &process, nullptr, nullptr, nullptr) == 0 && dup2(process, STDIN_FILENO) == STDIN_FILENO);
   const std::pair<std::string, std::vector<int>> cases[] = {
       {"azAZ09\r\n\t\x7F\b\x01", {'A', 'Z', 'A', 'Z', '0', '9', 10, 10, 9, 8, 8, 'A'}},
       {"\x1b[A\x1b[B\x1b[C\x1b[D\x1bOH\x1bOF\x1b[Za", {65318, 65320, 65319, 65317, 65316, 65315, 9, 'A'}},
       {"\x1b[5~\x1b[6~\x1b[2~\x1b[3;2~\x1b[1~\x1b[8~", {65313, 65314, 65325, 65326, 65316, 65315}},
       {"\x1bOP\x1b[1;5S\x1b[15~\x1b[17~\x1b[21~\x1b[24~\x1b[[A", {65392, 65395, 65396, 65397, 65401, 65403, 65392}},
-      {"\x1b[1", {}}, // waits one call for the rest of a sequence
+      {"\x1b[1", {}}, // waits one call for the rest of the sequence
       {"5~\x1bO", {65396}},
-      {"", {27, 'O'}}}; // it did not come: keys one by one
+      {"", {27, 'O'}}}; // which did not come: single keys
   termios before = {}, after = {};
   tcgetattr(process, &before);
   {
     chStdInput input;
-    for (const auto &[bytes, keys] : cases) { // the line discipline hands bytes on before write() returns
+    for (const auto &[bytes, keys] : cases) { // the line discipline passes the bytes on before write() returns
       ASSERT_EQ(write(user, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
       std::vector<int> read;
       for (int key = input.getch(); key != -1; key = input.getch()) read.push_back(key);

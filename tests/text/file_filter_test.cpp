@@ -23,7 +23,7 @@ TEST(FileFilter, ReadsItsFieldsAndKeepsWhatStoodAheadOfOneThatThrows) {
   EXPECT_TRUE(filter.IsAcceptFileName("new") && filter.IsDenyFileName("not") && !filter.IsAcceptFileName("later"));
 }
 
-/// The pattern language as it is told: each character by its text in a regular expression.
+/// The pattern language as documented: each character becomes part of a regular expression.
 static std::string as_expression(const std::string &pattern) {
   static const std::regex escaped("[$()+.[\\]^{}-]"), run("\\*"), one("\\?");
   return std::regex_replace(std::regex_replace(std::regex_replace(pattern, escaped, "\\$&"), run, ".*"), one, ".");
@@ -39,7 +39,7 @@ TEST(FileFilter, MatchesAsTheRegularExpressionDoesOverOddBytes) {
     const chFileFilter filter("+" + pattern);
     for (int k = 0; k < 12; ++k) {
       std::string name = pattern.substr(0, random() % 9) + std::string(random() % 4, '*');
-      for (char &c : name) // many names fit this way
+      for (char &c : name) // so that many names match
         if (c == '*' || c == '?' || random() % 16 == 0) c = in_names[random() % in_names.size()];
       EXPECT_EQ(filter.IsAcceptFileName(name) != 0, std::regex_match(name, expected))
           << testing::PrintToString(pattern) << " on " << testing::PrintToString(name);
@@ -47,7 +47,7 @@ TEST(FileFilter, MatchesAsTheRegularExpressionDoesOverOddBytes) {
   }
 }
 
-/// zarFindFile() step by step, as slow as it is plain.
+/// A simple and slow zarFindFile().
 static void find_plainly(const std::string &in, const chFileFilter &filter, std::list<std::string> &files, bool deep) {
   chPathWalker walker(in);
   for (std::string name; walker.ReadFileName(name);) {
@@ -70,7 +70,7 @@ TEST(FindFile, InsertsAsOneByOneWouldAlsoIntoAnUnsortedList) {
     if (!pathFileExist(path)) harness::write_file(path, "");
   }
   harness::write_file(outside / "a", "");
-  std::error_code no_links; // here and there the system has none
+  std::error_code no_links; // not every system has them
   std::filesystem::create_directory_symlink(outside.path(), folder / "link", no_links);
   std::filesystem::create_directory_symlink(".", folder / "circle", no_links);
   for (const char *filter : {"", "a*;b", "*;-a", "-*b*", "*.?", "none"}) {

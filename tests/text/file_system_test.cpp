@@ -68,7 +68,7 @@ static int call(int refusal, long number, Arguments... arguments) {
   return refusal ? (errno = refusal, -1) : static_cast<int>(syscall(number, arguments...));
 }
 
-// The library's calls come here too.
+// Interposed: the library's calls come here too.
 extern "C" int linkat(int a, const char *b, int c, const char *d, int e) noexcept {
   return call(no_link, SYS_linkat, a, b, c, d, e);
 }

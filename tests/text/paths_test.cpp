@@ -7,7 +7,7 @@
 #include <filesystem>
 
 TEST(Paths, AreTakenApartAndPutTogether) {
-  // File name, extension, first part, last part, what stays without the last; with another extension, with another name.
+  // File name, extension, first part, last part, the path without it; with another extension, with another name.
   const std::string cases[][2] = {{"a/b.txt", "b.txt|.txt|a|b.txt|a|a/b.x|a/c"},
                                   {"a.b/c", "c||a.b|c|a.b|a.x|a.b/c"},
                                   {"a/b/", "||a|b|a/|.x|a/b/c"},
@@ -26,7 +26,7 @@ TEST(Paths, AreTakenApartAndPutTogether) {
 }
 
 TEST(Paths, TidyToOneFormAndBecomeAbsolute) {
-  // The first character is dropped unseen.
+  // The first character is dropped unchecked.
   const std::string tidy[][2] = {{"C:\\a\\.\\b\\..\\c\\", "C:/a/c"},
                                  {"/../a//b/.../c./../d", "/a/b/.../d"},
                                  {"\\\\srv\\..\\..\\x", "\\/x"},

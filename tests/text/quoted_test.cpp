@@ -13,7 +13,7 @@ TEST(Quoted, ReadsUpToTheClosingQuoteAndKeepsWhatItHasOnFailure) {
       {"\"ab\" rest", 3, "ab"},
       {"\"\\n\\r\\t\\q\\\"\\\\\"", 13, "\n\r\tq\"\\"},
       {"\"\\x41\\XfF\\x00\\x4g\\xag\\xzz\\x\"", 27, "6525504g10gzz"},
-      {"\1\"ab\"", 0, ""}, // as the other direction writes
+      {"\1\"ab\"", 0, ""}, // as the encoder writes it
       {"\"ab\\\"", 0, "ab\""},
       {"\"ab\\x4", 0, "ab4"}};
   for (const auto &[quoted, answer, decoded] : cases) {

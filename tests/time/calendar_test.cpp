@@ -13,7 +13,7 @@ namespace {
 constexpr int day_1970 = 719560;
 using date = std::array<long long, 3>;
 
-/// The date of a day number by the standard library, whose years end early: moved by whole cycles of 400 years.
+/// The date of a day number by the standard library, shifted by whole cycles of 400 years into its limited range.
 date model_date(long long day) {
   const long long cycles = (day - day_1970) / 146097;
   const year_month_day d = sys_days(days(day - day_1970 - cycles * 146097));
@@ -22,7 +22,7 @@ date model_date(long long day) {
 
 date date_of(const chTime &time) { return {time.GetYear(), time.GetMonth(), time.GetDay()}; }
 
-/// Back to the day; on this way the year before 1 is -1.
+/// The reverse; here the year before 1 is -1.
 int day_of(const date &d) { return chTime(int(d[0] - (d[0] < 1)), int(d[1]), int(d[2]), 0, 0, 0, 0).day; }
 
 #ifdef __linux__
@@ -32,7 +32,7 @@ timespec clock_set_to;
 } // namespace
 
 #ifdef __linux__
-/// Stands before the system's, so that the clock of the machine stays.
+/// Interposes the system's, so that the machine's clock is not set.
 extern "C" int clock_settime(clockid_t, const timespec *time) noexcept {
   clock_set_to = *time;
   return 0;
@@ -82,7 +82,7 @@ TEST(Calendar, NormalisesAndTellsSpansAndFields) {
 }
 
 TEST(Calendar, FormatsAsTheRunTimeLibraryDoes) {
-  const bool wide = sizeof(time_t) > 4; // the years 1000 to 9999, or 1970 to 2037
+  const bool wide = sizeof(time_t) > 4; // years 1000 to 9999, or 1970 to 2037
   for (long long second = wide ? -30610224000 : 0; second < (wide ? 253402300799 : INT_MAX);
        second += 86400 * 157 - 7) {
     const time_t moment = static_cast<time_t>(second);
@@ -109,7 +109,7 @@ TEST(Calendar, ReadsTheClocksAndRefusesToSetThem) {
   EXPECT_TRUE(before <= read && read <= since_1970());
   EXPECT_FALSE(chTime::setSystemTime(now));
 #ifdef __linux__
-  // time() reads a coarser clock, which may still be in the second before.
+  // time() reads a coarser clock, which may still be in the previous second.
   const auto seconds = [] { return system_clock::to_time_t(system_clock::now()); };
   const time_t start = seconds();
   const chLocalTime local;

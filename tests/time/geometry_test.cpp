@@ -74,7 +74,7 @@ TEST(Geometry, CopiesWhatAByteByByteCopyDoes) {
   for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<unsigned char>(i + 1);
   int copies = 0;
   for (int i = 0; i < 50000; ++i) {
-    const bool whole = i % 4 == 0; // the shorter call
+    const bool whole = i % 4 == 0; // the shorter overload
     const chSize src_size(side(), side()), dst_size(side(), side()), size(whole ? src_size : chSize(any(), any()));
     const chPoint to(any(), any()), from(whole ? chPoint() : chPoint(any(), any()));
     const chRect clip = whole ? chRect({}, dst_size) : chRect(side(), any(), any(), any());

@@ -19,7 +19,7 @@ TEST(TickTimer, GoesByTheOneClockAndLosesNoTimeAtResets) {
   chTickTimer timer;
   const unsigned long long between = zarGetTickCount();
   const chTick after = chTimer::GetTickFromBoot();
-  // From 10.6 days of uptime on the ticks of Windows are wild.
+  // After 10.6 days of uptime ticks overflow on Windows.
   EXPECT_TRUE(between > 920000000 || (milliseconds(before) <= between && between <= milliseconds(after)));
   int sum = 0;
   for (int i = 0; i < 1000; ++i) sum += timer.ResetTickTimer();

@@ -18,7 +18,7 @@ static content files_in(const std::string &folder) {
 
 TEST(FileTrace, ContinuesOnTheNewestFileAfterRestartWhateverTheNumbers) {
   const std::tuple<content, int, int, content> cases[] = {
-      // The newest is the last before a gap.
+      // The newest file is the last one before a gap.
       {{{"a-0.log", "0"}, {"a-1.log", "1"}, {"a-3.log", ""}}, INT_MAX, 1, {{"a-0.log", "1new\r\n"}, {"a-3.log", ""}}},
       {{{"a-0.log", "0"}, {"a-1.log", "1"}}, INT_MIN, 2, {{"a-0.log", "1"}, {"a-1.log", "new\r\n"}}}};
   for (const auto &[before, size, count, after] : cases) {
@@ -38,11 +38,11 @@ TEST(FileTrace, CountsWithoutLineEndsAndRotatesBeforeTheNextLine) {
   trace.OpenFileTrace(folder / "a", 1, 2);
   for (const std::string &text : {line + "1234567", long_line}) trace.WriteLogLine(text);
   trace.WriteLogLine("pre:", "3");
-  trace.OpenFileTrace("", 0, 0); // keeps all, and measures the file, line end included: 7 bytes
+  trace.OpenFileTrace("", 0, 0); // keeps all files, and takes the file's size, line end included: 7 bytes
   trace.WriteLogLine(line);
   const std::string first = line + "1234567\r\n" + long_line + "\r\n", second = "pre:3\r\n" + line + "\r\n";
   EXPECT_EQ(files_in(folder.path()), (content{{"a-0.log", first}, {"a-1.log", second}}));
-  chFileTrace copy(trace), taker(std::move(trace)); // one file, but each counts for itself
+  chFileTrace copy(trace), taker(std::move(trace)); // one file, but each counts its size separately
   copy.WriteLogLineRaw("p", std::string("q\0r", 3));
   for (const char *text : {"4", "5"}) taker.WriteLogLine(nullptr, text);
   taker.WriteLogLineRaw("raw ", "6");
@@ -61,14 +61,14 @@ TEST(FileTrace, ResumesByItselfWhereItCouldNotWrite) {
 #ifdef __linux__
   std::filesystem::create_symlink("/dev/full", folder / "b-0.log");
   trace.OpenFileTrace(folder / "b", 1, 2);
-  for (const size_t length : {1000, 24, 2}) trace.WriteLogLine(std::string(length, 'x')); // lost lines count
+  for (const size_t length : {1000, 24, 2}) trace.WriteLogLine(std::string(length, 'x')); // lost lines count too
   EXPECT_EQ(harness::read_file(folder / "b-1.log"), "xx\r\n");
 #endif
 }
 
 TEST(FileTrace, AnAcknowledgedLineSurvivesTheKillOfItsWriter) {
   std::mt19937 random(std::random_device{}());
-  for (int i = 0; i < (sizeof(void *) == 4 ? 10 : 100); ++i) { // starting a program in Wine takes its time
+  for (int i = 0; i < (sizeof(void *) == 4 ? 10 : 100); ++i) { // starting a program in Wine is slow
     const harness::temporary_directory folder;
     harness::child_process writer("log_writer", {folder / "a"});
     std::vector<std::string> told;
@@ -76,13 +76,13 @@ TEST(FileTrace, AnAcknowledgedLineSurvivesTheKillOfItsWriter) {
     writer.kill();
     for (std::string line = writer.read_line(); !line.empty(); line = writer.read_line()) told.push_back(line);
 
-    // What was told, less the oldest files, which had their time; and at most one line that was not told any more.
+    // The acknowledged lines, without those of rotated files; and at most one line that was not acknowledged.
     std::string text;
     for (const auto &[name, bytes] : files_in(folder.path())) text += bytes;
     std::vector<std::string> lines = harness::lines_of(text);
     if (lines.back() != told.back()) lines.pop_back();
     ASSERT_TRUE(text.ends_with("\r\n") && lines.size() <= told.size()) << text;
     EXPECT_TRUE(std::equal(lines.rbegin(), lines.rend(), told.rbegin())) << text;
-    EXPECT_GE(lines.size(), std::min<size_t>(told.size(), 2 * 29)); // a file of 1 KiB takes 29
+    EXPECT_GE(lines.size(), std::min<size_t>(told.size(), 2 * 29)); // a file of 1 KiB holds 29
   }
 }

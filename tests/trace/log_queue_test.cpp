@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-/// The sequence that the next record of this process gets.
+/// The sequence number of this process's next record.
 static unsigned long long next_sequence = 1;
 
 TEST(LogQueue, HandsOutRecordsOneByOneOldestFirst) {
@@ -50,7 +50,7 @@ TEST(LogQueue, HandsOutBatchesAndTakesTheLastOneBack) {
       EXPECT_EQ(node->sequence, next_sequence++);
     }
     EXPECT_EQ(found, letters);
-    if (round % 2) delete std::exchange(nodes.front(), nullptr); // it is the caller's
+    if (round % 2) delete std::exchange(nodes.front(), nullptr); // the caller owns it
   }
   for (const int time : {20, 0, INT_MIN}) EXPECT_TRUE(qxGetLog(nodes, time) == 0 && nodes.empty());
 }
@@ -71,7 +71,7 @@ TEST(LogQueue, LosesAndDoublesNothingBetweenManyThreads) {
       for (int number = 0; number < each; ++number)
         qxTrace(static_cast<char>(i), "M:many", "some text to be kept", number);
     });
-  for (const int wait : {0, 1}) // the third of the consumers takes records one by one
+  for (const int wait : {0, 1}) // the third consumer takes records one by one
     threads.emplace_back([&, wait] {
       for (std::list<TraceNode *> nodes; qxGetLog(nodes, wait) > 0 || taken < all;) {
         for (const TraceNode *node : nodes) put_down(*node);
@@ -88,10 +88,10 @@ TEST(LogQueue, LosesAndDoublesNothingBetweenManyThreads) {
 TEST(LogQueue, WakesAConsumerThatWaits) {
   std::atomic<int> seen{0};
   constexpr int rounds = 2000;
-  std::thread consumer([&] { // which would wait for days
+  std::thread consumer([&] { // would wait for days
     std::list<TraceNode *> nodes;
     while (seen < rounds) seen += qxGetLog(nodes, INT_MAX);
-    qxGetLog(nodes, 0); // the last batch goes back
+    qxGetLog(nodes, 0); // passes the last batch back
   });
   for (int i = 0; i < rounds; ++i) {
     while (seen < i) std::this_thread::yield();

@@ -16,7 +16,7 @@ using testing::EndsWith;
 
 namespace {
 
-/// What the calls write into the line store, by thread and without the prefixes.
+/// What the calls write to the line store, by thread and without prefixes.
 std::map<std::string, std::vector<std::string>> lines_by_thread(const std::function<void(uCTraceHelper &)> &calls) {
   uCTraceHelper &tracer = uCTraceHelper::getInstance();
   tracer.RedirectToShareMemory();

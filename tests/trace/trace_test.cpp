@@ -15,12 +15,12 @@
 
 namespace {
 
-/// Every line goes to the line store, and is taken from there.
+/// Every line goes to the line store and is read from there.
 class TraceTest : public testing::Test {
 protected:
   void SetUp() override { tracer.RedirectToShareMemory(); }
 
-  /// The next line without its prefix, whose parts go to `prefix`; a marker where there is none.
+  /// The next line without its prefix, whose parts go to `prefix`; a marker if there is none.
   std::string line() {
     static const std::regex format(R"(^\[(.*)\+(\d+):(\d+)\] \d\d-\d\d (\d\d):(\d\d):(\d\d)\.(\d{3}) (\d+)\.(\d{6}) )");
     std::string text;
@@ -46,7 +46,7 @@ TEST_F(TraceTest, PrefixTellsModuleProcessThreadAndTime) {
     EXPECT_EQ(prefix[3], std::to_string(zarGetCurrentThreadId()));
   }
 
-  // Parts of it are kept from line to line, but none longer than it holds.
+  // Parts of the prefix are cached from line to line, but none longer than it is valid.
   constexpr int day = 86400000;
   const auto number = [&](size_t part) { return std::stoi(prefix[part]); };
   const auto milliseconds = [](int h, int m, int s, int ms) { return ((h * 60 + m) * 60 + s) * 1000 + ms; };

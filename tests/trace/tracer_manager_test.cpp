@@ -17,7 +17,7 @@ using testing::ElementsAre;
 
 namespace {
 
-/// A block of its own; no other user.
+/// A private block, without other users.
 class TraceBlock : public testing::Test {
 protected:
   ipcObjectFrame<chSystemTracerManager, chMapFile_Local, chMutex_Local> m_frame;
@@ -56,7 +56,7 @@ TEST_F(TraceBlock, HasTheDocumentedBytes) {
   *block.renew_process_option(4212) = {5, 2};
   ASSERT_TRUE(block.store_line("hello"));
 
-  // docs/formats/trace-block.md shows the same; two dots are a byte that is not fixed.
+  // docs/formats/trace-block.md shows the same; two dots are an unspecified byte.
   std::istringstream expected(R"(
     00 00 20 00  09 10 00 00  A8 FF 1F 00  50 00 00 00  7C 00 00 00  7C 00 00 00  FF FF FF 7F  01 00 00 00
     01 00 00 00  38 00 00 00  38 00 00 00  .. .. .. ..  01 00 00 00  40 00 00 00  40 00 00 00  00 00 00 00
@@ -78,7 +78,7 @@ TEST_F(TraceBlock, DropsDeadProcesses) {
 }
 
 TEST_F(TraceBlock, HandsOutSpilledLinesFirstAndLosesNone) {
-  // 2 MiB take some 2000 lines of 1000 bytes; the oldest of 3000 have to move.
+  // 2 MiB hold some 2000 lines of 1000 bytes; the oldest of 3000 have to move.
   const auto line = [](int i) { return std::to_string(i) + std::string(static_cast<size_t>(i % 7 + 1000), '.'); };
   for (int i = 0; i < 3000; ++i) ASSERT_TRUE(block.store_line(line(i)));
   std::string text;
@@ -157,7 +157,7 @@ TEST_F(Tracer, CountsTheDepthOfEachThread) {
   for (int i = -1; i < 3; ++i) EXPECT_EQ(tracer.push_trace_level(), i);
   for (int round = 0; round < 3; ++round)
     std::thread([&] {
-      // A thread that ends in the middle of its scopes leaves nothing behind for those that come after it.
+      // A thread that ends inside its scopes leaves nothing behind for later threads.
       for (int i = 0; i < 2; ++i) EXPECT_EQ(tracer.push_trace_level(), i);
     }).join();
   for (int i = 2; i >= 0; --i) EXPECT_EQ(tracer.pop_trace_level(), i);
@@ -211,7 +211,7 @@ TEST_F(Tracer, IsBuiltOnceByThreadsThatRaceForTheFirstTraceAndEndsWhileTheyTrace
 TEST_F(Tracer, ServesStaticConstructorsAndDestructors) {
   const auto console = without_prefixes(run(nullptr, nullptr, "", "trace_statics_program").output);
 #ifdef _WIN32
-  // A program's objects end before those of the libraries that it loads.
+  // A program's objects are destroyed before those of the libraries it uses.
   EXPECT_THAT(console, ElementsAre("constructed"));
   EXPECT_THAT(logged("statics"), ElementsAre("main", "destroyed", "late, nested 0", "late for the file"));
 #else

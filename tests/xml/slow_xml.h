@@ -1,5 +1,5 @@
-// The reading and the writing of XML by cutting and copying texts, level by level: what the library must answer, in the slow form in
-// which it is easily seen to be right. And the library's tree as text, to compare.
+// A reference XML parser and writer that cuts and copies texts, level by level: slow, but evidently correct. Also the
+// library's tree as text, to compare.
 #pragma once
 
 #include "zarlib/companion/qxstl.h"
@@ -149,7 +149,7 @@ inline std::string exported(const node &n, bool compact, int level = -1) {
   return indent + "<" + tag + ">" + children + "</" + name + ">" + eol;
 }
 
-/// A tree in a form that loses nothing.
+/// A lossless form of a tree.
 inline std::string shown(const node &n) {
   std::string text = std::to_string(n.type) + "{" + n.text + exported_attributes(n);
   for (const node &child : n.children) text += shown(child);

@@ -1,4 +1,4 @@
-// Reading and writing, against the slow form.
+// Parsing and writing, against the slow reference.
 #include "zarlib/xml/xml_document.h"
 
 #include "zarlib/xml/xml_escape.h"
@@ -26,7 +26,7 @@ const std::string &piece() {
   return pieces[below(pieces.size())];
 }
 
-/// Markup that is well-formed, or nearly so.
+/// Well-formed, or nearly well-formed, markup.
 std::string element(int depth = 0) {
   const char *const others[] = {"\r\n  ", " text &amp;lt; ", "<!-- c & -->", "<![CDATA[ <x> ]]>", "<?p q=\"r\"?>"};
   const std::string name(1, static_cast<char>('a' + below(4)));
@@ -40,7 +40,7 @@ std::string element(int depth = 0) {
   return text + "</" + (below(20) ? name : "wrong") + ">" + (below(3) ? "" : "\r\n");
 }
 
-/// From nothing, and with many changes, comes a soup of tokens.
+/// An empty text with many changes becomes a soup of tokens.
 std::string mutated(std::string text, size_t most_changes) {
   for (size_t count = below(most_changes); count > 0; --count) {
     const size_t at = below(text.size() + 1);
@@ -51,7 +51,7 @@ std::string mutated(std::string text, size_t most_changes) {
   return text;
 }
 
-/// What a reading leaves: its rest or its refusal, and the tree.
+/// The outcome of a parse: the rest or the refusal, and the tree.
 template <class Node, class Parse>
 std::string outcome(Node &node, Parse parse) {
   std::string rest;
@@ -105,7 +105,7 @@ void *live_with_depth(void *) {
   const chXmlDocument document = chXmlDocument::ParseDocument(text);
   EXPECT_EQ(document.ExportToText(true), text);
   EXPECT_EQ(document.clone().ExportToText(true), text);
-  // A failure in the depth releases what was read, too.
+  // A failure at depth also releases what was parsed.
   EXPECT_FALSE(chXmlDocument::ParseDocument(text.substr(0, text.size() - 5)).hasChildren());
   return nullptr;
 }
@@ -145,7 +145,7 @@ TEST(XmlDocument, DeepTreesNeedNoStack) {
   pthread_attr_destroy(&small);
 }
 
-// With anything in them that grows with the square, these would take hours.
+// With anything quadratic in them, these would take hours.
 TEST(XmlDocument, HugeShapesAreReadAndWrittenInOnePass) {
   EXPECT_EQ(xmlText2XMLPhrase(std::string(2000000, '&') + std::string(1000000, '-')).size(), 11000000u);
   for (const char *each : {"<", "<!--", "<![CDATA[", "<a ", "<a>", "<a>x", "</a", "<a/", "&", "<?", "<a b='", "<a/>  "})

@@ -18,8 +18,8 @@ using harness::temporary_directory;
 
 std::string text_of(int number) { return settings_document(number).ExportToText(false); }
 
-/// A folder of a file "f" and its companions. Content: a letter for each, in the order f, new, old. '1' and '2' are whole
-/// documents, 'p' a part of one, '-' no file.
+/// A folder of a file "f" and its companions. Content: a letter for each, in the order f, new, old. '1' and '2' are
+/// complete documents, 'p' a part of one, '-' no file.
 void lay_out(const std::string &folder, const std::string &content) {
   const char *const endings[] = {"/f", "/f.new", "/f.old"};
   for (int i = 0; i < 3; ++i) {
@@ -62,13 +62,13 @@ TEST(XmlFile, SavesUnderItsOwnNameOrAnother) {
   file.SaveToFile(folder / "copy \xC3\xA9");
   EXPECT_EQ(layout_of(folder.path()), "1--") << "the other file, not this one";
   EXPECT_EQ(harness::read_file(folder / "copy \xC3\xA9"), file.ExportToText(false));
-  std::filesystem::permissions(folder / "f", std::filesystem::perms(0444)); // replaced all the same
+  std::filesystem::permissions(folder / "f", std::filesystem::perms(0444)); // replaced nevertheless
   file.SaveToFile("");
   EXPECT_TRUE(harness::read_file(folder / "f") == file.ExportToText(false) && !pathFileExist(folder / "f.old"));
   chXmlFile().SaveToFile(""); // no name at all: nothing to write to
 }
 
-// A writer is killed at random moments and goes on from what it finds. Nothing that it acknowledged may ever be gone.
+// A writer is killed at random moments and continues from what it finds. Nothing it acknowledged may be lost.
 TEST(XmlFile, SurvivesAKillAtAnyMoment) {
 #ifdef __linux__
   const int kills = 320;
@@ -96,7 +96,7 @@ TEST(XmlFile, SurvivesAKillAtAnyMoment) {
 #include <csignal>
 #include <sys/resource.h>
 
-// The program is struck at the first, second ... call, until there is none left to strike.
+// The fault is injected at the first, second, ... call, until there are no more calls.
 TEST(XmlFile, SavesAndLoadsMayStopOrFailAtEachCall) {
   const temporary_directory folder;
   std::set<std::string> states;
@@ -133,12 +133,12 @@ TEST(XmlFile, AFullDiskCostsNothing) {
 
 static int refused_ways = 0;
 
-// The library's calls come here too.
+// Interposed: the library's calls come here too.
 extern "C" int fchown(int, uid_t owner, gid_t) noexcept { return refused_ways > (owner == uid_t(-1)) ? -1 : 0; }
 
 TEST(XmlFile, KeepsTheRightsOfTheFileAndOpensItToNoOtherGroup) {
   const temporary_directory folder;
-  const unsigned kept[] = {0664, 0664, 0644}; // owner and group can be given, the group, neither
+  const unsigned kept[] = {0664, 0664, 0644}; // owner and group can be set, only the group, neither
   for (refused_ways = 0; refused_ways < 3; ++refused_ways) {
     lay_out(folder.path(), "1--");
     std::filesystem::permissions(folder / "f", std::filesystem::perms(0464));
@@ -157,7 +157,7 @@ TEST(SettingsExample, ReadsChangesAndNeverDamages) {
   const struct {
     std::vector<std::string> arguments;
     int exit_code;
-    const char *told; ///< the output, or a part of the error
+    const char *told; ///< the output, or a part of the error text
   } rows[] = {
       {{file, "list"}, 1, "no such file"},
       {{file, "set", "volume", "11 < 12 & \"so on\""}, 0, ""},

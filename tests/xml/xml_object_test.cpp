@@ -1,4 +1,4 @@
-// Nodes and their lives, links, searches, attributes and options.
+// Node lifetimes, links, searches, attributes and options.
 #include "zarlib/xml/xml_object.h"
 
 #include "zarlib/xml/xml_soap.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-/// What a node is to a caller: alive while a handle or a living parent holds it.
+/// The model of a node: alive while a handle or a live parent refers to it.
 struct model {
   std::string name;
   std::weak_ptr<model> parent;
@@ -72,7 +72,7 @@ void expect_same(const slot &s) {
   ASSERT_EQ(s.object.getParent().tagName(), parent ? parent->name : "");
 }
 
-/// The blocks that are allocated and not freed.
+/// The number of live allocations.
 int balance() {
   testing::internal::CaptureStderr();
   baseDymicAlloc::dump();
@@ -92,7 +92,7 @@ TEST(XmlObject, NodesLiveAndDieAsTheModelDoes) {
     for (int i = 0; i < 400; ++i) {
       slot &a = slots[random() % 12], &b = slots[random() % 12];
       if (&a == &b)
-        a.object = *&b.object, a.expected = nullptr; // a handle assigned to itself lets go
+        a.object = *&b.object, a.expected = nullptr; // self-assignment drops the reference
       else
         step(random() % 9, a, b, "n" + std::to_string(i));
       for (slot &s : slots) {
@@ -151,7 +151,7 @@ TEST(XmlObject, Searches) {
 TEST(XmlObject, RemovingIsBlindToTheParent) {
   chXmlElement a("a"), b("b");
   const chXmlObject first = a.AddChildElement("1"), second = a.AddChildElement("2");
-  b.RemoveChildObject(first); // its siblings are joined, and its own parent does not notice
+  b.RemoveChildObject(first); // its siblings are joined, and its own parent is not updated
   EXPECT_FALSE(first.getParent().hasData());
   EXPECT_EQ(a.ExportToText(true), "<a><1></1></a>");
   a.RemoveChildObject(chXmlElement("of nobody"));
@@ -178,7 +178,7 @@ TEST(XmlElement, AttributesAndOptions) {
   for (const char *key : {"a", "b"}) EXPECT_EQ(e.SetAttributeValue(key, "1") + e.SetAttributeValue(key, "1"), 1);
   e.SetAttributeValue("a", "3");
   EXPECT_EQ(e.ExportAttributes(), " a=\"3\" b=\"1\"");
-  e.FastRemoveAttributeValue("1"); // equal, and not the stored one
+  e.FastRemoveAttributeValue("1"); // equal, but not the stored one
   e.FastRemoveAttributeValue(*e.FindAttributeValue("a"));
   EXPECT_EQ(e.ExportAttributes(), " b=\"1\"");
 }

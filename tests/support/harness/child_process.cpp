@@ -20,7 +20,7 @@ namespace harness {
 
 namespace {
 
-/// What the system's side needs to start a child whose output goes to files.
+/// What the system needs to start a child whose output goes to files.
 struct launch {
   std::string path;
   std::vector<std::string> arguments;
@@ -30,7 +30,7 @@ struct launch {
 
 #ifdef _WIN32
 
-/// One argument in the quoting that the run-time library takes apart again.
+/// One argument, quoted for the run-time library's parser.
 std::string quoted(const std::string &text) {
   std::string result = "\"";
   size_t slashes = 0;
@@ -42,7 +42,7 @@ std::string quoted(const std::string &text) {
   return result.append(slashes, '\\') + "\"";
 }
 
-/// Changes this process's environment for the time of a start.
+/// Changes this process's environment while a child is started.
 class changed_environment {
 public:
   explicit changed_environment(const std::map<std::string, std::string> &changes) {
@@ -160,7 +160,7 @@ public:
   }
 
   void write(const std::string &text) {
-    if (::write(m_input, text.data(), text.size()) < 0) close_input(); // nobody reads
+    if (::write(m_input, text.data(), text.size()) < 0) close_input(); // nobody is reading
   }
   void close_input() {
     if (m_input >= 0) ::close(m_input);
@@ -178,7 +178,7 @@ private:
 
 using clock = std::chrono::steady_clock;
 
-/// Looks until it is so, or the time is over. @return Whether it was so.
+/// Polls until the condition holds or the time is over. @return Whether it held.
 template <class Condition>
 bool wait_until(int milliseconds, Condition &&condition) {
   const auto end = clock::now() + std::chrono::milliseconds(milliseconds);
@@ -195,7 +195,7 @@ struct child_process::state {
   temporary_directory folder;
   system_child child;
   child_result result;
-  size_t read = 0; ///< bytes of the output that read_line() has handed out
+  size_t read = 0; ///< bytes of the output that read_line() has returned
 
   state(const std::string &path, const std::vector<std::string> &arguments,
         const std::map<std::string, std::string> &environment)

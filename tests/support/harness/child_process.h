@@ -1,4 +1,4 @@
-// Starting, watching and killing the small programs that tests run.
+// Starts, watches and kills the small programs that tests run.
 #pragma once
 
 #include <map>
@@ -8,10 +8,10 @@
 
 namespace harness {
 
-/// What a child left behind.
+/// The result of a child.
 struct child_result {
   bool timed_out = false;
-  int exit_code = -1; ///< of a normal end; the NTSTATUS or exit word on Windows
+  int exit_code = -1; ///< of a normal end; on Windows also the NTSTATUS of a fault
   int signal = 0;     ///< the signal that ended it; always 0 on Windows
   std::string output; ///< all it wrote to standard output
   std::string error;  ///< all it wrote to standard error
@@ -21,7 +21,7 @@ struct child_result {
 class child_process {
 public:
   /// Starts `program` from the folder of the running test.
-  /// @param environment  Changes to this process's own; an empty value sets the empty text, see unset().
+  /// @param environment  Changes to this process's own; an empty value sets the empty string, see unset().
   explicit child_process(const std::string &program, const std::vector<std::string> &arguments = {},
                          const std::map<std::string, std::string> &environment = {});
   ~child_process();
@@ -30,13 +30,14 @@ public:
 
   /// Writes to the child's standard input.
   void write(const std::string &text);
-  /// Waits for the next whole line of the child's standard output; empty at its end or after the time.
+  /// Waits for the next complete line of the child's standard output; empty at its end or on time-out.
   std::string read_line(int milliseconds = 20000);
 
   /// Ends the child at once, as `kill -9` does.
   void kill();
 
-  /// Closes the child's input and waits; what read_line() has handed out is not in the result. After `milliseconds` it is killed.
+  /// Closes the child's input and waits; the result excludes lines returned by read_line(). Kills it after
+  /// `milliseconds`.
   child_result wait(int milliseconds = 60000);
 
 private:
@@ -47,11 +48,11 @@ private:
 /// The marker value that removes a variable from the child's environment.
 inline const char *unset() { return "\x01unset"; }
 
-/// Starts, waits, and hands back what the program left.
+/// Starts a program, waits for it, and returns its result.
 child_result run(const std::string &program, const std::vector<std::string> &arguments = {},
                  const std::map<std::string, std::string> &environment = {}, int milliseconds = 60000);
 
-/// The folder of the running program, ending in a slash; the programs of tests/support stand there.
+/// The folder of the running program, ending in a slash; the programs of tests/support are there.
 std::string program_folder();
 
 } // namespace harness

@@ -1,4 +1,4 @@
-// A module with one function, to be loaded late and to be found on stacks.
+// A module with one function, to be loaded late and found in stacks.
 #ifdef _WIN32
 #define EXPORTED __declspec(dllexport)
 #else

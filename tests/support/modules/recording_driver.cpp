@@ -1,4 +1,4 @@
-// A packet-capture driver without a network: records what it is asked, and answers as the test has told it.
+// A packet-capture driver without a network: records its calls, and returns what the test has set.
 #include "recording_driver.h"
 
 #include <cstring>
@@ -7,7 +7,7 @@ driver_state driver;
 
 namespace {
 
-/// The layout that such a driver has published.
+/// The published layout of such a driver.
 struct packet {
   void *deprecated[6]; // an event handle and a structure of five words
   char *buffer;

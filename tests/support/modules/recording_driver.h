@@ -1,4 +1,4 @@
-// What a test tells the recording driver, and what that has recorded.
+// What a test sets in the recording driver, and what the driver has recorded.
 #pragma once
 
 #include <string>
@@ -6,9 +6,9 @@
 struct driver_state {
   const char *version = "4.1";
   bool opens = true, lists = false, sends = true, reads = true;
-  std::string read = {};  ///< what a read brings
-  int counted = 0;        ///< how many bytes it claims
-  std::string calls = {}; ///< a line for each call: the entry point without "Packet", and what it was given
+  std::string read = {};  ///< the data of a read
+  int counted = 0;        ///< its reported size
+  std::string calls = {}; ///< a line for each call: the entry point without "Packet", and its arguments
 };
 
 extern "C" driver_state driver;

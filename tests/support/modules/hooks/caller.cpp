@@ -1,4 +1,4 @@
-// Calls what it imports; built in each of the forms in which linkers make that possible. Everything in it is exported.
+// Calls its imports; built in each form of import that linkers offer. Everything in it is exported.
 #include <cstdlib>
 
 extern "C" IMPORTED int hook_target(int value);
@@ -16,7 +16,7 @@ extern "C" void allocate_thousand_times() {
 extern "C" [[gnu::weak]] int hook_missing(int value);
 extern "C" int call_missing(int value) { return hook_missing ? hook_missing(value) : 0; }
 
-// The oldest version of a function of which the C library has two.
+// The older of two versions of a C library function.
 __asm__(".symver sched_setaffinity,sched_setaffinity@GLIBC_2.3.3");
 extern "C" int sched_setaffinity(int process, const unsigned long *processors);
 extern "C" int call_old_version(int process) { return sched_setaffinity(process, nullptr); }
