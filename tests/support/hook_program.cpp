@@ -14,6 +14,6 @@ int main(int, char **arguments) {
   int (*const replacement)(int) = [](int value) { return value + 100; };
   const apiHooker hook(arguments[1], "hook_target", reinterpret_cast<FARPROC>(reinterpret_cast<void *>(replacement)),
                        nullptr);
-  apiHooker::ApplyAfterMoudleLoaded();
+  const apiHooker too_late(arguments[1], "hook_target", nullptr, nullptr);
   std::printf("%d %d\n", hook_target(1), reinterpret_cast<int (*)(int)>(caller.GetMethod("call_target"))(1));
 }

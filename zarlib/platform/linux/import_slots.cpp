@@ -5,10 +5,12 @@
 #include "zarlib/platform/linux/safe_memory.h"
 #include "zarlib/platform/loaded_modules.h"
 
+#include <algorithm>
 #include <atomic>
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <new>
 #include <sys/mman.h>
 
@@ -28,7 +30,8 @@ constexpr int modules_max = 1024; // those loaded at program start
 word load(word &slot) { return std::atomic_ref(slot).load(std::memory_order_relaxed); }
 void store(word &slot, word value) { std::atomic_ref(slot).store(value, std::memory_order_release); }
 
-/// Calls visit(slot, symbol, is_call) for each word in a relocation table that refers to a function or an object.
+/// Calls visit(slot, symbol, call) for each word in a relocation table that refers to a function or an object. `call` is
+/// the index of the relocation, or -1 where binding is never lazy.
 template <class Visit>
 void visit_table(const elf_module &module, const Elf64_Rela *table, std::uint64_t bytes, Visit &visit) {
   for (const Elf64_Rela *entry = table, *const end = table + bytes / sizeof *table; entry != end; ++entry) {
@@ -37,7 +40,8 @@ void visit_table(const elf_module &module, const Elf64_Rela *table, std::uint64_
     const word address = module.base() + entry->r_offset;
     // A misaligned word may span two pages, and cannot be changed in one store.
     if (address % sizeof(word) != 0) continue;
-    visit(*reinterpret_cast<word *>(address), ELF64_R_SYM(entry->r_info), type == R_X86_64_JUMP_SLOT);
+    visit(*reinterpret_cast<word *>(address), ELF64_R_SYM(entry->r_info),
+          type == R_X86_64_JUMP_SLOT ? entry - table : -1);
   }
 }
 
@@ -66,9 +70,23 @@ struct unbound_word {
   }
 };
 
-bool waits_for(const char *name, const elf_module &module, word value, size_t symbol) {
-  // Until bound, it points back into the module's own code, which calls the loader.
-  return module.pages().contains(value) && std::strcmp(module.symbol_name(symbol), name) == 0;
+/// Whether this is PLT code that hands an unbound call to the loader. It pushes the index of the relocation; mold shares
+/// one piece of code among all calls, which saves the register that holds the index.
+bool is_binding_code(const unsigned char *code, std::ptrdiff_t call) {
+  constexpr unsigned char branch_target[] = {0xF3, 0x0F, 0x1E, 0xFA}, push_register[] = {0x41, 0x53, 0xFF, 0x35};
+  const auto begins_with = [&](const auto &bytes) { return std::equal(std::begin(bytes), std::end(bytes), code); };
+  if (begins_with(branch_target)) code += std::size(branch_target);
+  constexpr unsigned char push_index = 0x68;
+  std::int32_t index;
+  if (*code != push_index) return begins_with(push_register);
+  std::memcpy(&index, code + 1, sizeof index);
+  return index == call;
+}
+
+bool waits_for(const char *name, const elf_module &module, word value, size_t symbol, std::ptrdiff_t call) {
+  // Until bound, it points back into the module's own code, as it also does with a replacement in the same module.
+  return call >= 0 && module.pages().contains(value) && std::strcmp(module.symbol_name(symbol), name) == 0 &&
+         is_binding_code(reinterpret_cast<const unsigned char *>(value), call);
 }
 
 /// A program that takes a function's address may export its own PLT entry as that address to all modules; calls are not
@@ -139,21 +157,21 @@ bool import_changes::replace(HINSTANCE handle, const imported_function &function
   const auto before = reinterpret_cast<word>(function.address), after = reinterpret_cast<word>(replacement);
   const auto visit = [&](auto is_wanted) {
     visit_module(handle, [&](const elf_module &module) {
-      visit_slots(module, [&](word &slot, size_t symbol, bool is_call) {
-        if (is_wanted(module, load(slot), symbol, is_call)) change(module, slot, after, m_rights);
+      visit_slots(module, [&](word &slot, size_t symbol, std::ptrdiff_t call) {
+        if (is_wanted(module, load(slot), symbol, call)) change(module, slot, after, m_rights);
       });
     });
   };
 
   unbound_word unbound;
-  visit([&](const elf_module &module, word value, size_t symbol, bool is_call) {
+  visit([&](const elf_module &module, word value, size_t symbol, std::ptrdiff_t call) {
     if (value == before) return true;
-    if (is_call && !unbound.found && waits_for(function.name, module, value, symbol)) unbound.note(module, symbol);
+    if (!unbound.found && waits_for(function.name, module, value, symbol, call)) unbound.note(module, symbol);
     return false;
   });
   if (!unbound.found || find_binding(function, unbound) != reinterpret_cast<void *>(function.address)) return false;
-  visit([&](const elf_module &module, word value, size_t symbol, bool is_call) {
-    return is_call && waits_for(function.name, module, value, symbol);
+  visit([&](const elf_module &module, word value, size_t symbol, std::ptrdiff_t call) {
+    return waits_for(function.name, module, value, symbol, call);
   });
   return true;
 }
