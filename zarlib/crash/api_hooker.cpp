@@ -39,17 +39,18 @@ apiHooker::apiHooker(const char *module, const char *api, FARPROC replacement, F
   // waits for the list lock.
   if (const HINSTANCE found = zar::platform::find_loaded_module(module))
     m_real = zar::platform::find_exported_function(found, api);
-  if (m_real && real) *real = m_real;
+  const FARPROC resolved = m_real; // ApplyAfterMoudleLoaded() may resolve a hook in the list at any time
+  if (resolved && real) *real = resolved;
 
   // Enter the list first: a module loaded from here on is either processed below or finds the hook in the list.
   get_list_lock().Lock();
   m_next = newest.load(std::memory_order_relaxed);
-  newest.store(this, std::memory_order_release);
+  newest.store(this);
   get_list_lock().Unlock();
 
-  if (!m_real) return;
+  if (!resolved) return;
   zar::platform::import_changes changes;
-  ReplaceApi4Modules(changes, seen, m_module, m_real, m_replacement);
+  ReplaceApi4Modules(changes, seen, m_module, resolved, m_replacement);
 }
 
 // Settled, callers rely on it: destroying one hook drops them all, and what is redirected stays redirected.
@@ -87,8 +88,8 @@ void apiHooker::ApplyAfterMoudleLoaded() {
   for (int i = 0; i < count; ++i) {
     // Settled, callers rely on it: a module at the address of an unloaded one is taken for that one.
     if (seen.contains(loaded[i])) continue;
-    for (apiHooker *hook = newest.load(std::memory_order_acquire); hook; hook = hook->m_next)
-      hook->apply_to_new(changes, loaded[i]);
+    // First, so that a hook that is constructed meanwhile either finds it there or is met in the list.
     seen.append(loaded[i]);
+    for (apiHooker *hook = newest.load(); hook; hook = hook->m_next) hook->apply_to_new(changes, loaded[i]);
   }
 }

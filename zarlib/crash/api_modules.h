@@ -17,7 +17,7 @@ public:
   explicit apiModules(int (*list)(HINSTANCE *modules, int capacity)) : m_count(list(m_modules, capacity)) {}
 
   const HINSTANCE *begin() const { return m_modules; }
-  const HINSTANCE *end() const { return m_modules + m_count.load(std::memory_order_acquire); }
+  const HINSTANCE *end() const { return m_modules + m_count.load(); }
   bool contains(HINSTANCE module) const { return std::find(begin(), end(), module) != end(); }
 
   /// No effect if full.
@@ -25,7 +25,7 @@ public:
     const int count = m_count.load(std::memory_order_relaxed);
     if (count == capacity) return;
     m_modules[count] = module;
-    m_count.store(count + 1, std::memory_order_release);
+    m_count.store(count + 1);
   }
 
 private:
