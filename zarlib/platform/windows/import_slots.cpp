@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <dbghelp.h>
 #include <mutex>
-#include <psapi.h>
 
 namespace zar::platform {
 
@@ -17,6 +16,24 @@ using word = std::uintptr_t;
 
 /// Keeps two threads from taking each other's temporary page protection for the original one.
 constinit static_lock page_lock;
+
+/// Keeps a module loaded, if it is there.
+class kept_module {
+public:
+  explicit kept_module(HINSTANCE module) : m_module(module) {
+    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCSTR>(module), &m_found);
+  }
+  kept_module(const kept_module &) = delete;
+  ~kept_module() {
+    if (m_found) FreeLibrary(m_found);
+  }
+
+  explicit operator bool() const { return m_found && m_found == m_module; }
+
+private:
+  const HMODULE m_module;
+  HMODULE m_found = nullptr;
+};
 
 /// The bound addresses of the first import table for that module; null if nothing is imported from it.
 word *find_bound_addresses(HINSTANCE module, const char *imported_module) {
@@ -47,8 +64,8 @@ import_changes::import_changes() = default;
 import_changes::~import_changes() = default;
 
 bool import_changes::replace(HINSTANCE module, const imported_function &function, FARPROC replacement) {
-  MODULEINFO known;
-  if (!function.address || !K32GetModuleInformation(GetCurrentProcess(), module, &known, sizeof known)) return false;
+  const kept_module kept(module);
+  if (!function.address || !kept) return false;
   word *entry = find_bound_addresses(module, function.module);
   const auto wanted = reinterpret_cast<word>(function.address);
   while (entry && *entry && *entry != wanted) ++entry;
