@@ -4,7 +4,7 @@ find_package(Threads REQUIRED)
 execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libbacktrace.a
   OUTPUT_VARIABLE zarlib_backtrace OUTPUT_STRIP_TRAILING_WHITESPACE)
 if(NOT IS_ABSOLUTE "${zarlib_backtrace}")
-  message(FATAL_ERROR "libbacktrace.a not found: install the GNU C++ compiler (package g++), which carries it")
+  message(FATAL_ERROR "libbacktrace.a not found: install the GNU C++ compiler (package g++), which contains it")
 endif()
 get_filename_component(zarlib_backtrace_dir "${zarlib_backtrace}" DIRECTORY)
 

@@ -1,4 +1,4 @@
-// Reads paths from standard input, a line each, and writes for each whether its text is taken: tools/xml_survey.
+// Reads paths from standard input, one per line, and prints for each whether the file parses; for tools/xml_survey.
 #include "zarlib/companion/morfile.h"
 #include "zarlib/xml/xml_document.h"
 
