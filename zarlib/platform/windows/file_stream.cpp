@@ -35,6 +35,17 @@ int open_file(const std::string &path, int flags) {
   return _wopen(to_wide(path).c_str(), flags | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
 }
 
+/// The run-time library's own appending first moves to the end and then writes, which loses lines of two writers.
+int open_to_append(const std::string &path) {
+  const HANDLE file =
+      CreateFileW(to_wide(path).c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
+                  FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return -1;
+  const int number = _open_osfhandle(reinterpret_cast<intptr_t>(file), _O_BINARY | _O_NOINHERIT);
+  if (number < 0) CloseHandle(file);
+  return number;
+}
+
 int piece_of(size_t size) {
   return static_cast<int>(std::min<size_t>(size, static_cast<size_t>(std::numeric_limits<int>::max())));
 }
@@ -53,14 +64,21 @@ size_t write_bytes(int file, const char *data, size_t size) {
 void take_back(int file, size_t size) {
   const long long end = _telli64(file);
   if (end < 0 || _filelengthi64(file) != end) return;
-  const long long start = end - static_cast<long long>(size);
-  if (_chsize_s(file, start) == 0) _lseeki64(file, start, SEEK_SET);
+  LARGE_INTEGER start;
+  start.QuadPart = end - static_cast<long long>(size);
+  // A handle that only appends cannot truncate.
+  const HANDLE own = reinterpret_cast<HANDLE>(_get_osfhandle(file));
+  const HANDLE whole = ReOpenFile(own, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, 0);
+  if (whole == INVALID_HANDLE_VALUE) return;
+  if (SetFilePointerEx(whole, start, nullptr, FILE_BEGIN) && SetEndOfFile(whole))
+    _lseeki64(file, start.QuadPart, SEEK_SET);
+  CloseHandle(whole);
 }
 
 } // namespace
 
 std::FILE *open_for_writing(const std::string &path, opening how) {
-  descriptor file(open_file(path, _O_WRONLY | _O_CREAT | (how == opening::at_end ? _O_APPEND : _O_TRUNC)));
+  descriptor file(how == opening::at_end ? open_to_append(path) : open_file(path, _O_WRONLY | _O_CREAT | _O_TRUNC));
   if (!file) return nullptr;
   _lseeki64(file.get(), 0, SEEK_END);
   std::FILE *const stream = _fdopen(file.get(), how == opening::at_end ? "ab" : "wb");
