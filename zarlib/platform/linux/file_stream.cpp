@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 namespace zar::platform {
 
@@ -46,7 +47,10 @@ std::FILE *open_for_writing(const std::string &path, opening how) {
   return stream;
 }
 
-long long write_once(std::FILE *stream, const void *data, size_t size) { return write(fileno(stream), data, size); }
+// Not write(), which is a point where the thread may be cancelled: loggers hold a lock here, and pay for that readiness.
+long long write_once(std::FILE *stream, const void *data, size_t size) {
+  return syscall(SYS_write, fileno(stream), data, size);
+}
 
 bool write_rest(std::FILE *stream, const void *data, size_t size, long long arrived) {
   const int file = fileno(stream);
