@@ -122,13 +122,19 @@ void report_once(siginfo_t *info, void *context) {
     wait_for_death();
 }
 
+/// Whether another process has sent the signal in the middle of the report, which must not end it.
+bool is_sent_meanwhile(const siginfo_t *info) { return info->si_code <= 0 && info->si_pid != getpid() && is_guarded(); }
+
 void on_fault(int signal, siginfo_t *info, void *context) {
+  if (is_sent_meanwhile(info)) return;
   report_once(info, context);
   leave_to_the_system(signal, info, context);
 }
 
 /// Installed on an uncaught exception, or when a report begins.
-void on_abort(int, siginfo_t *info, void *context) { report_once(info, context); }
+void on_abort(int, siginfo_t *info, void *context) {
+  if (!is_sent_meanwhile(info)) report_once(info, context);
+}
 
 /// An uncaught exception: the thrower's frames are still on the stack, below this function. SIGABRT is raised early,
 /// once, so that its handler gets the registers in the form the report expects. The program's own handler for it runs

@@ -39,7 +39,7 @@ bool is_over(const timespec &deadline) {
 
 /// The program may have a timer with the same signal; it must not end a step.
 void on_alarm(int) {
-  if (s_guarded == gettid() && s_step && is_over(s_step->deadline)) break_off_step();
+  if (is_guarded() && s_step && is_over(s_step->deadline)) break_off_step();
 }
 
 /// Arms the timer for the end of the innermost step, or disarms it.
@@ -89,12 +89,14 @@ void end_guarding() {
   sigaction(SIGALRM, &s_alarm_action, nullptr);
 }
 
+bool is_guarded() { return s_guarded == gettid(); }
+
 void break_off_step() {
-  if (s_guarded == gettid() && s_step) siglongjmp(s_step->resume, 1);
+  if (is_guarded() && s_step) siglongjmp(s_step->resume, 1);
 }
 
 bool run_guarded(int milliseconds, void (*body)(void *), void *argument) {
-  if (s_guarded != gettid()) {
+  if (!is_guarded()) {
     body(argument);
     return true;
   }
