@@ -129,11 +129,25 @@ bool would_take_signal(stopped_thread &thread) {
          ask_system(thread) == SYS_rt_sigtimedwait;
 }
 
-/// @return How many threads were sent the signal.
+/// Signals the threads that were not signalled before. @return How many were.
 size_t signal_threads() {
   size_t result = 0;
-  for (size_t i = 0; i < s_count; ++i)
-    if (!would_take_signal(s_threads[i])) result += syscall(SYS_tgkill, getpid(), s_threads[i].id, stop_signal()) == 0;
+  for (size_t i = 0; i < s_count; ++i) {
+    stopped_thread &thread = s_threads[i];
+    if (thread.is_signalled || would_take_signal(thread)) continue;
+    thread.is_signalled = syscall(SYS_tgkill, getpid(), thread.id, stop_signal()) == 0;
+    result += thread.is_signalled;
+  }
+  return result;
+}
+
+/// A thread that starts, or enters a handler, blocks all signals for a moment only. @return How many were signalled.
+size_t signal_threads_repeatedly() {
+  size_t result = signal_threads();
+  for (int tries = 0; result < s_count && tries < 10; ++tries) {
+    nap();
+    result += signal_threads();
+  }
   return result;
 }
 
@@ -149,7 +163,7 @@ stopped_threads stop_other_threads() {
   action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
   sigfillset(&action.sa_mask);
   sigaction(stop_signal(), &action, nullptr);
-  await_answers(signal_threads());
+  await_answers(signal_threads_repeatedly());
   for (size_t i = 0; i < s_count; ++i)
     if (!s_threads[i].context.load()) ask_system(s_threads[i]);
   return {s_threads, s_count};

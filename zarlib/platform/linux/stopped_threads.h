@@ -18,6 +18,7 @@ struct stopped_thread {
   std::atomic<const ucontext_t *> context; ///< null for a thread that does not respond
   unsigned long long pc;                   ///< of a thread that does not respond but is in a system call, otherwise 0
   unsigned long long sp;
+  bool is_signalled;
 };
 
 /// Threads in no particular order.
