@@ -87,6 +87,7 @@ static void report() {
   for (const place &found : places)
     if (found.calls != 0) counts[pathGetLastPart(module_of(found.address))] += found.calls;
   for (const auto &[module, calls] : counts) std::printf("%10lu  %s\n", calls, module.c_str());
+  if (counts.empty()) std::puts("no module called malloc");
 }
 
 int main(int argc, char **argv) {
