@@ -44,7 +44,10 @@ public:
   explicit report_path(const char *suffix) {
     run_guarded(moment, [this, suffix] {
       const auto folder = zar::document_path();
-      std::snprintf(m_text, sizeof m_text, "%s/log/%s%s", folder->c_str(), program_name().c_str(), suffix);
+      const int length =
+          std::snprintf(m_text, sizeof m_text, "%s/log/%s%s", folder->c_str(), program_name().c_str(), suffix);
+      // A path that was cut would name some other file.
+      if (length >= static_cast<int>(sizeof m_text)) m_text[0] = 0;
     });
   }
 
