@@ -22,7 +22,7 @@
 /// plain abort() leaves no report on either system.
 ///
 /// Stack overflow is reported only on threads that have called this function or traced; others have no alternate stack
-/// for the report and die without one.
+/// for the report and die without one. A smaller alternate stack of the thread is replaced until the thread ends.
 ///
 /// Any thread may call it; it takes some microseconds. Symbols are not read until a fault occurs.
 ZAR_API void zarHookCrashSignal();
