@@ -11,6 +11,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <linux/futex.h>
+#include <optional>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -123,8 +124,9 @@ int ask_system(stopped_thread &thread) {
 bool would_take_signal(stopped_thread &thread) {
   char path[64];
   std::snprintf(path, sizeof path, "/proc/self/task/%d/status", thread.id);
-  const status_file status(path);
-  const char *const blocked = status.value_of("\nSigBlk:");
+  // Not on the stack, which may be small; only the reporting thread comes here.
+  static constinit std::optional<status_file> status;
+  const char *const blocked = status.emplace(path).value_of("\nSigBlk:");
   return (blocked && std::strtoull(blocked, nullptr, 16) >> (stop_signal() - 1) & 1) ||
          ask_system(thread) == SYS_rt_sigtimedwait;
 }
