@@ -42,7 +42,8 @@ public:
   /// Windows: searches the first of a module's import tables with the exporter's name, and replaces the first entry
   /// that holds the function's address. Linux, where the pointers carry no exporter name: replaces all that hold the
   /// address, and those not yet bound (lazy binding) whose first call would bind them to it. A thread inside that first
-  /// call may undo the change, which is unlikely, as such pointers are checked twice. Requires /proc.
+  /// call may undo the change, which is unlikely, as such pointers are checked twice. RTLD_DEEPBIND is not seen: a module
+  /// that was loaded with it counts as bound like any other. Requires /proc.
   ///
   /// Over a hundred modules it takes one to two milliseconds, most of it to query page protections. A hooked call costs
   /// the same as an imported one.
