@@ -15,11 +15,9 @@
 #ifndef _WIN32
 // The tracer allocates during its construction; this makes a trace call from inside.
 static std::atomic<bool> reenter{false};
-static std::atomic<int> granted{-1}; // allocations granted before one fails; below 0 none fails
 
 void *operator new(std::size_t size) {
   if (reenter.exchange(false)) zarTrace(5, "from inside");
-  if (granted >= 0 && granted-- == 0) throw std::bad_alloc();
   if (void *const p = std::malloc(size ? size : 1)) return p;
   throw std::bad_alloc();
 }
@@ -54,20 +52,6 @@ static void race_for_the_first_trace() {
   while (beginning > 0) std::this_thread::yield();
 }
 
-#ifndef _WIN32
-/// The first trace call fails at each of its allocations in turn, until all succeed.
-static void trace_without_memory() {
-  for (int i = 0; granted < 0; ++i) {
-    granted = i;
-    try {
-      zarTrace(5, "at last");
-    } catch (const std::bad_alloc &) {
-    }
-  }
-  granted = -1;
-}
-#endif
-
 int main(int, char **argv) {
   std::filesystem::current_path(argv[1]);
   const std::string mode = argv[2];
@@ -80,7 +64,6 @@ int main(int, char **argv) {
   if (mode == "race") race_for_the_first_trace();
 #ifndef _WIN32
   if ((reenter = mode == "re-enter")) zarTrace(5, "first");
-  if (mode == "no-memory") trace_without_memory();
 #endif
   return 0;
 }

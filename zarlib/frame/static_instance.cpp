@@ -27,12 +27,6 @@ bool claim_static_instance(unsigned long &builder, const char *message) {
   return found == 0;
 }
 
-void release_static_instance(unsigned long &builder) {
-  getStaticObjectCritical().Lock();
-  builder = 0;
-  getStaticObjectCritical().Unlock();
-}
-
 void wait_for_static_instance() { platform::sleep_milliseconds(50); }
 
 } // namespace zar

@@ -16,18 +16,15 @@ namespace zar {
 /// @return Whether the caller must build; otherwise another thread is building or has built.
 bool claim_static_instance(unsigned long &builder, const char *message);
 
-/// Ends a claim whose build threw, so that the next caller builds.
-void release_static_instance(unsigned long &builder);
-
 /// One step of waiting for another thread to finish building.
 void wait_for_static_instance();
 
 /// The guard of one singleton; has static storage duration and is zero before first use.
 ///
 /// The first thread to arrive builds, holding no lock; other threads poll every 50 ms, without limit. If the building
-/// thread re-enters before it is done, the process ends with a message instead of deadlocking. Where building throws, as
-/// it does without memory, the exception goes to the caller and the next one builds. A pointer is never reset, so after
-/// process exit the address of the destroyed object is still returned.
+/// thread re-enters before it is done, the process ends with a message instead of deadlocking. Pointer and builder are
+/// never reset, so after process exit the address of the destroyed object is still returned; and settled, callers rely on
+/// it: if `build` throws, other threads poll for ever, and the same thread ends the process as on re-entry.
 template <class T>
 class static_instance {
 public:
@@ -42,22 +39,10 @@ public:
 private:
   template <class Build>
   T &first(const char *message, Build build) {
+    if (claim_static_instance(m_builder, message)) m_instance.store(&build(), std::memory_order_release);
     for (;;) {
       if (T *const instance = m_instance.load(std::memory_order_acquire)) return *instance;
-      if (claim_static_instance(m_builder, message))
-        build_claimed(build);
-      else
-        wait_for_static_instance();
-    }
-  }
-
-  template <class Build>
-  void build_claimed(Build build) {
-    try {
-      m_instance.store(&build(), std::memory_order_release);
-    } catch (...) {
-      release_static_instance(m_builder);
-      throw;
+      wait_for_static_instance();
     }
   }
 

@@ -16,7 +16,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <limits>
-#include <memory>
 #include <mutex>
 
 namespace {
@@ -84,19 +83,17 @@ uCTraceHelper &uCTraceHelper::getInstance() {
   });
 }
 
-uCTraceHelper::uCTraceHelper() {
-  auto file_trace = std::make_unique<chFileTrace>();
+uCTraceHelper::uCTraceHelper() : m_pFileTrace(new chFileTrace) {
   open_stamped(chSystemTracerManager::block_name, chSystemTracerManager::block_size,
                chSystemTracerManager::block_version);
-  zarHookCrashSignal();
   if (m_object) {
     // An additional opener that never closes: other threads may read an option in the block while the process exits.
     static auto &keeper = *new chMapFile_Local;
     keeper.OpenMapFile(chSystemTracerManager::block_name, chSystemTracerManager::block_size);
     system_option.store(&m_object->system_option(), std::memory_order_release);
+    is_open = true;
   }
-  m_pFileTrace = file_trace.release();
-  is_open = m_object != nullptr; // last: nothing throws any more
+  zarHookCrashSignal();
 }
 
 uCTraceHelper::~uCTraceHelper() {

@@ -106,5 +106,5 @@ private:
   void write_to_file(zar::line_text &line);
   void write_to_store(std::string_view line);
 
-  chFileTrace *m_pFileTrace = nullptr;
+  chFileTrace *m_pFileTrace;
 };
